@@ -1,0 +1,39 @@
+#include "entry/film_api.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "contract/system/file_output.h"
+#include "entry/header_watch.h"
+#include "entry/numbers.h"
+#include "library/video.h"
+#include "platform/engine/picture_cache.h"
+
+namespace kinora::entry {
+namespace {
+
+constexpr int64_t kLargestWidth = 1280;
+constexpr int64_t kUsualWidth = 320;
+
+}  // namespace
+
+std::optional<Answer> SendPicture(Context& context) {
+  const Request& request = context.GetRequest();
+  const auto id = static_cast<int>(NumberParameter(request, "id", 1, INT32_MAX));
+  const auto width = static_cast<int>(NumberParameter(request, "width", 16, kLargestWidth, kUsualWidth));
+  crvnkn::webapi::AssertVideoAllowed(id, static_cast<unsigned int>(context.account.id), "");
+  const std::string path = crvnkn::webapi::GetFilePathByID(id);
+  context.CloseStore();
+
+  const std::optional<std::string> picture = engine::PictureOf(path, width);
+  if (!picture || access(picture->c_str(), R_OK) != 0) throw Error(kNotFound, "No picture");
+  const HeaderWatch& watch = WatchStandardOutput();
+  std::fputs("Cache-Control: private, max-age=3600\r\nX-Content-Type-Options: nosniff\r\n", stdout);
+  const bool sent = HTTPFileOutputer::Output(picture->c_str(), "image/jpeg") == 0;
+  std::fflush(stdout);
+  if (!sent && !watch.Complete()) throw Error(kNotFound, "No picture");
+  return std::nullopt;
+}
+
+}  // namespace kinora::entry

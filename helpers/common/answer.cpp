@@ -1,0 +1,51 @@
+#include "helpers/common/answer.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <new>
+#include <string_view>
+
+#include "helpers/common/exit_codes.h"
+#include "helpers/common/media_input.h"
+#include "helpers/common/rights.h"
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+namespace kinora::helper {
+namespace {
+
+bool WriteAll(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    bytes.remove_prefix(static_cast<size_t>(written));
+  }
+  return true;
+}
+
+int Fail(int code, const char* reason) {
+  std::fprintf(stderr, "%s\n", reason);
+  return code;
+}
+
+}  // namespace
+
+int Answer(const std::function<std::string()>& work) {
+  av_log_set_level(AV_LOG_QUIET);  // one line of our own says why; the libraries' texts come from the file
+  const std::string trouble = GiveUpRights();
+  if (!trouble.empty()) return Fail(kNoPower, trouble.c_str());
+  try {
+    return WriteAll(work()) ? kDone : Fail(kNoOutput, "the answer cannot be written");
+  } catch (const Failure& failure) {
+    return Fail(failure.Code(), failure.what());
+  } catch (const std::bad_alloc&) {
+    return Fail(kUnreadable, "asks for more memory than is given");
+  }
+}
+
+}  // namespace kinora::helper

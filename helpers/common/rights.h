@@ -1,0 +1,14 @@
+// Giving up what a program that parses strangers' files does not need.
+#pragma once
+
+#include <string>
+
+namespace kinora::helper {
+
+// The one who starts us gives us no rights and sets limits. Should that have gone wrong, we do it ourselves:
+// any capability goes, root becomes nobody, no new file, socket or process can be had, memory and time are
+// bounded. To be called before the first byte of the file is read. Returns what could not be done, or an
+// empty text.
+std::string GiveUpRights();
+
+}  // namespace kinora::helper

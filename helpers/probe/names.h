@@ -1,0 +1,27 @@
+// The names that the report uses for containers, codecs and pixel formats.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+extern "C" {
+#include <libavcodec/codec_id.h>
+#include <libavutil/pixfmt.h>
+}
+
+namespace kinora::helper {
+
+// `demuxer` is libavformat's name of the format (a list, "mov,mp4,..."); `brand` the major brand of an MP4
+// file, `doc_type` the document type of a Matroska file, both empty when unknown. Empty for an unknown
+// demuxer.
+std::string ContainerName(const std::string& demuxer, const std::string& brand, const std::string& doc_type);
+
+// The document type ("matroska", "webm") in the EBML header (RFC 8794, 11.2) that `head` starts with;
+// libavformat keeps it to itself. Empty when there is none.
+std::string MatroskaDocType(std::string_view head);
+
+// libavcodec's name. A video whose samples are not 8-bit 4:2:0 bears the chroma format, then the depth:
+// "h264_422", "hevc_10bit", "prores_422_10bit". Empty for an unknown codec.
+std::string CodecName(AVCodecID codec, AVPixelFormat pixel_format);
+
+}  // namespace kinora::helper

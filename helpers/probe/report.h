@@ -1,0 +1,26 @@
+// What the probe says of a media file.
+//
+// {
+//   "container": "mp4", "size": bytes, "duration_ms": n, "duration": seconds, "start_ms": n, "bitrate":
+//   bits/s, "title": "...", "pictures": number of covers and thumbnails, "video": [{"id": stream index,
+//   "codec", "profile", "level", "pixel_format", "width", "height",
+//              "display_x", "display_y", "rate_num", "rate_den", "rotate", "field_order", "hdr": "", "pq" or
+//              "hlg", "bitrate", "language", "title", "default", "forced"}],
+//   "audio": [{"id", "codec", "profile", "channels", "layout", "frequency", "bitrate", "language", "title",
+//              "default", "forced"}],
+//   "subtitle": [{"id", "codec", "language", "title", "default", "forced", "hearing_impaired"}]
+// }
+//
+// Texts are well-formed UTF-8 and bounded; what a file does not say is "" or 0.
+#pragma once
+
+#include <json/json.h>
+
+#include "helpers/common/media_input.h"
+
+namespace kinora::helper {
+
+// Throws Failure when the file has no stream that is understood.
+Json::Value MakeReport(const MediaInput& input);
+
+}  // namespace kinora::helper

@@ -1,0 +1,26 @@
+// From ids to videos and people: the path of a video, the owner of a sharing link, parental control. Each
+// call asks the media database and keeps nothing. When the database cannot answer, its own exception
+// (LibKinora::db::Failure) passes through: nothing is allowed by a failure.
+#pragma once
+
+#include <string>
+
+#include "library/export.h"
+
+namespace crvnkn::webapi {
+
+// The absolute path of the video with this database id; never empty.
+// Throws Error 1101: without a message when `id` is less than 1 (the database is not asked), with "Failed to
+// get path from video id <id>" when the database knows no path for it.
+KINORA_EXPORT std::string GetFilePathByID(int id);
+
+// The account that owns the collection behind a sharing link; 0 when there is none that may be used now.
+KINORA_EXPORT unsigned int GetUidFromSharingId(const std::string& sharing_id);
+
+// Returns when the account `uid` may watch the file: `uid` is 0, or its parental control allows the file, or
+// `pin` opens what is blocked, for this one call. The PIN of a file that is allowed is not looked at.
+// Throws Error 1400 when the file is blocked and `pin` is empty, 1401 when it is wrong; neither has a
+// message.
+KINORA_EXPORT void AssertVideoAllowed(int file_id, unsigned int uid, const std::string& pin);
+
+}  // namespace crvnkn::webapi

@@ -1,0 +1,58 @@
+// Opening a stream: from a request to a stream that runs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "contract/engine/video_metadata.h"
+#include "contract/webapi/error.h"
+#include "library/export.h"
+#include "library/vte/open_argument.h"
+
+namespace crvnkn::webapi::vte {
+
+// One request to open a stream, made from its completed arguments and used once. The stream that it leaves
+// behind lives in the workspace and the engine; this object holds nothing of it but its name.
+//
+// Failures are thrown as Error; that of the media database itself (LibKinora::db::Failure) passes through.
+// What a failed set-up has left in the workspace has no mark of use and is cleared away by the engine after
+// hours.
+class KINORA_EXPORT StreamIniter : public OpenArgument {
+ public:
+  // Loads the metadata of the file. Throws Error 1211 ("Failed to get track information <path>").
+  explicit StreamIniter(const OpenArgument& argument);
+  // Takes metadata that was loaded before. Throws Error 101 when it is that of another path.
+  StreamIniter(const LibCrvnVTE::VideoMetaData& loaded, const OpenArgument& argument);
+  ~StreamIniter();
+  StreamIniter(const StreamIniter&) = default;
+  StreamIniter& operator=(const StreamIniter&) = default;
+
+  // Opens the stream in the best format that the rules allow and whose set-up succeeds, then `stream_id` and
+  // `stream_format` are set. Throws Error 101 when `format` or `file_path` is empty, 1211 when no format is
+  // allowed, else the last set-up's failure, or 100 without a message when there was none to report.
+  void LegacyProcess();
+
+  // The names of the formats that file and request allow; the order means nothing. Throws Error 1211 when
+  // there is none.
+  std::vector<std::string> DetermineAvailableFormats() const;
+
+  // Set-up routines, one for each format; each gives the new stream's id or throws Error.
+  std::string InitRAW();
+
+  // Reserves an id, a working folder and its space for a file that goes out as it is. Throws Error 1203 when
+  // no volume has the space, else 1212.
+  std::string InitDirectStream();
+
+  // Closes the streams of one type ("RAW", "HLS", "SS", "WEBM") whose mark of use is older than 60 seconds; a
+  // stream without a mark is left alone. false, with a line in the log, only when `type` is empty.
+  bool RemoveTimeoutDir(const std::string& type);
+  // The same for the types that the engine works for: "HLS", "SS", "WEBM".
+  void RemoveTimeoutVTEDir();
+
+  LibCrvnVTE::VideoMetaData metadata;   // of `file_path`
+  std::string stream_id;                // empty until the stream is open
+  std::string stream_format;            // "raw"; the format whose set-up succeeded
+  Error last_error{kErrorUnspecified};  // the most recent set-up's failure
+};
+
+}  // namespace crvnkn::webapi::vte

@@ -1,0 +1,57 @@
+#include "platform/engine/report.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace kinora::engine {
+namespace {
+
+constexpr int kDeepest = 8;
+constexpr const char* kTrackKinds[] = {"video", "audio", "subtitle"};
+
+bool IsListOfObjects(const Json::Value& list) {
+  return list.isArray() &&
+         std::all_of(list.begin(), list.end(), [](const Json::Value& entry) { return entry.isObject(); });
+}
+
+bool IsReport(const Json::Value& value) {
+  return value.isObject() && std::all_of(std::begin(kTrackKinds), std::end(kTrackKinds),
+                                         [&](const char* kind) { return IsListOfObjects(value[kind]); });
+}
+
+}  // namespace
+
+std::optional<Json::Value> ParseReport(const std::string& text) {
+  Json::CharReaderBuilder builder;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
+  builder["stackLimit"] = kDeepest;
+  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  try {
+    Json::Value value;
+    std::string errors;
+    if (!reader->parse(text.data(), text.data() + text.size(), &value, &errors)) return std::nullopt;
+    if (!IsReport(value)) return std::nullopt;
+    return value;
+  } catch (const Json::Exception&) {  // nested too deeply
+    return std::nullopt;
+  }
+}
+
+std::string TextOf(const Json::Value& object, const char* key) {
+  const Json::Value& value = object[key];
+  return value.isString() ? value.asString() : "";
+}
+
+int64_t NumberOf(const Json::Value& object, const char* key, int64_t most) {
+  const Json::Value& value = object[key];
+  return value.isInt64() ? std::clamp<int64_t>(value.asInt64(), 0, most) : 0;
+}
+
+bool FlagOf(const Json::Value& object, const char* key) {
+  const Json::Value& value = object[key];
+  return value.isBool() && value.asBool();
+}
+
+const Json::Value& FirstTrack(const Json::Value& report, const char* kind) { return report[kind][0U]; }
+
+}  // namespace kinora::engine

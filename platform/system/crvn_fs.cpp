@@ -1,0 +1,105 @@
+#include "contract/system/crvn_fs.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "platform/base/descriptor.h"
+#include "platform/base/log.h"
+#include "platform/system/places.h"
+
+// The path is walked from the root, one component at a time, each opened relative to the one before and never
+// through a link: nobody can exchange a part between the look at it and its use.
+
+namespace {
+
+using kinora::base::Descriptor;
+using kinora::system::kWorkspace;
+
+constexpr mode_t kClosed = 0700;
+constexpr int kStepFlags = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+bool IsInWorkspace(const std::string& path) {
+  return path == kWorkspace || path.starts_with(std::string(kWorkspace) + "/");
+}
+
+// In a root section the service's own account is the saved one.
+bool IsOwnAccount(uid_t uid) {
+  std::array<uid_t, 3> own{};
+  ::getresuid(&own[0], &own[1], &own[2]);
+  return uid == own[0] || uid == own[1] || uid == own[2];
+}
+
+// What speaks against going on through an existing directory; nothing otherwise.
+const char* Objection(int directory, const std::string& path) {
+  struct stat info {};
+  if (::fstat(directory, &info) != 0) return std::strerror(errno);
+  if (!IsInWorkspace(path)) return nullptr;
+  if (!IsOwnAccount(info.st_uid)) return "it belongs to another account";
+  if (path == kWorkspace && (info.st_mode & 022) != 0) return "others may write into it";
+  return nullptr;
+}
+
+// The new directory, open. EEXIST when somebody else was faster.
+Descriptor Make(int parent, const std::string& name, mode_t mode) {
+  // Closed until it has its owner's word on the mode, which the umask must not reduce.
+  if (::mkdirat(parent, name.c_str(), kClosed) != 0) return Descriptor();
+  Descriptor made(::openat(parent, name.c_str(), O_RDONLY | kStepFlags));
+  if (made && ::fchmod(made.Get(), mode) != 0) made.Reset();
+  return made;
+}
+
+// The directory `name` in `parent`, made when it is not there.
+Descriptor Step(int parent, const std::string& name, mode_t mode) {
+  Descriptor next(::openat(parent, name.c_str(), O_PATH | kStepFlags));
+  if (next || errno != ENOENT) return next;
+  next = Make(parent, name, mode);
+  if (!next && errno == EEXIST) next = Descriptor(::openat(parent, name.c_str(), O_PATH | kStepFlags));
+  return next;
+}
+
+// Empty when the path is not one to go by: not absolute, or with a part that stays or goes up.
+std::vector<std::string> PartsOf(const std::string& path) {
+  std::vector<std::string> parts = {"/"};
+  if (!path.starts_with('/') || path.find('\0') != std::string::npos) return {};
+  for (size_t start = 1; start < path.size();) {
+    const size_t end = std::min(path.find('/', start), path.size());
+    std::string part = path.substr(start, end - start);
+    start = end + 1;
+    if (part == "." || part == "..") return {};
+    if (!part.empty()) parts.push_back(std::move(part));
+  }
+  return parts;
+}
+
+bool Refuse(const std::string& path, const char* reason) {
+  kinora::base::Log(LOG_ERR, "system/crvn_fs", "cannot make the directory " + path + ": " + reason);
+  return false;
+}
+
+}  // namespace
+
+namespace libkn::critical::crvnsdk {
+
+bool CRVNFSMkdirPKinora(const std::string& path, unsigned int mode) {
+  const std::vector<std::string> parts = PartsOf(path);
+  if (parts.empty()) return Refuse(path, "no absolute path");
+  Descriptor here(::open("/", O_PATH | kStepFlags));
+  std::string walked;
+  for (size_t i = 1; here && i < parts.size(); ++i) {
+    walked += "/" + parts[i];
+    here = Step(here.Get(), parts[i], walked == kWorkspace ? kClosed : mode_t{mode & 0777});
+    if (!here) return Refuse(walked, std::strerror(errno));
+    if (const char* const objection = Objection(here.Get(), walked)) return Refuse(walked, objection);
+  }
+  return static_cast<bool>(here);
+}
+
+}  // namespace libkn::critical::crvnsdk

@@ -1,0 +1,213 @@
+#include "platform/system/settings.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+#include "platform/base/descriptor.h"
+#include "platform/base/log.h"
+#include "platform/base/text.h"
+
+// The file is text, one setting a line:
+//
+//   # a comment
+//   key="value"
+//
+// Blanks around key, sign and quotes do not count. A value holds neither quotes nor control characters. Of
+// several lines with the same key the last one counts.
+
+namespace kinora::system {
+namespace {
+
+constexpr char kUnit[] = "system/settings";
+constexpr size_t kMaxFileSize = 64U << 10;
+
+std::string_view Trim(std::string_view text) { return base::Trim(text, " \t\r"); }
+
+std::vector<std::string> Split(std::string_view text, char separator) {
+  std::vector<std::string> parts;
+  while (true) {
+    const size_t end = text.find(separator);
+    const std::string_view part = Trim(text.substr(0, end));
+    if (!part.empty()) parts.emplace_back(part);
+    if (end == std::string_view::npos) return parts;
+    text.remove_prefix(end + 1);
+  }
+}
+
+std::optional<uint64_t> ParseNumber(std::string_view text) {
+  uint64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+// A number of bytes, with K, M, G or T for powers of 1024.
+std::optional<uint64_t> ParseSize(std::string_view text) {
+  constexpr std::string_view kUnits = "KMGT";
+  const size_t unit = text.empty() ? std::string_view::npos : kUnits.find(text.back());
+  const unsigned int shift = unit == std::string_view::npos ? 0 : 10 * static_cast<unsigned int>(unit + 1);
+  if (shift != 0) text.remove_suffix(1);
+  const std::optional<uint64_t> number = ParseNumber(text);
+  if (!number || (*number << shift) >> shift != *number) return std::nullopt;
+  return *number << shift;
+}
+
+bool ParseCount(std::string_view text, unsigned int least, unsigned int most, unsigned int& target) {
+  const std::optional<uint64_t> number = ParseNumber(text);
+  if (!number || *number < least || *number > most) return false;
+  target = static_cast<unsigned int>(*number);
+  return true;
+}
+
+bool HasOnly(std::string_view text, std::string_view others) {
+  return std::all_of(text.begin(), text.end(), [others](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           others.find(c) != std::string_view::npos;
+  });
+}
+
+bool SetAccount(std::string_view value, Settings& settings) {
+  if (value.size() > 32 || !HasOnly(value, "_-.") || (!value.empty() && value.front() == '-')) return false;
+  settings.account = value;
+  return true;
+}
+
+bool SetAddress(std::string_view value, Settings& settings) {
+  const std::string text(value);
+  std::array<unsigned char, sizeof(in6_addr)> bytes{};
+  if (::inet_pton(AF_INET, text.c_str(), bytes.data()) != 1 &&
+      ::inet_pton(AF_INET6, text.c_str(), bytes.data()) != 1) {
+    return false;
+  }
+  settings.address = text;
+  return true;
+}
+
+bool SetFreeSpaceFloor(std::string_view value, Settings& settings) {
+  const std::optional<uint64_t> size = ParseSize(value);
+  if (size) settings.free_space_floor = *size;
+  return size.has_value();
+}
+
+bool SetHosts(std::string_view value, Settings& settings) {
+  std::vector<std::string> hosts = Split(value, ',');
+  for (const std::string& host : hosts) {
+    if (host.size() > 253 || !HasOnly(host, "-.") || host.front() == '-' || host.front() == '.') return false;
+  }
+  settings.hosts = std::move(hosts);
+  return true;
+}
+
+bool SetPort(std::string_view value, Settings& settings) {
+  return ParseCount(value, 0, 65535, settings.port);
+}
+
+bool SetSessionDays(std::string_view value, Settings& settings) {
+  return ParseCount(value, 1, 3650, settings.session_days);
+}
+
+bool SetVolumes(std::string_view value, Settings& settings) {
+  std::vector<std::string> volumes = Split(value, ':');
+  for (std::string& volume : volumes) {
+    if (volume.front() != '/') return false;
+    while (volume.size() > 1 && volume.back() == '/') volume.pop_back();
+  }
+  settings.volumes = std::move(volumes);
+  return true;
+}
+
+struct Setting {
+  std::string_view name;
+  bool (*set)(std::string_view value, Settings& settings);  // false: out of range, nothing changed
+};
+
+constexpr Setting kSettings[] = {
+    {"account", SetAccount}, {"address", SetAddress}, {"free_space_floor", SetFreeSpaceFloor},
+    {"hosts", SetHosts},     {"port", SetPort},       {"session_days", SetSessionDays},
+    {"volumes", SetVolumes},
+};
+
+// Takes one line into the settings; what is wrong with it otherwise.
+const char* ApplyLine(std::string_view line, Settings& settings) {
+  const size_t sign = line.find('=');
+  if (sign == std::string_view::npos) return "is not of the form key=\"value\"";
+  const std::string_view name = Trim(line.substr(0, sign));
+  std::string_view value = Trim(line.substr(sign + 1));
+  if (value.size() < 2 || value.front() != '"' || value.back() != '"') return "has a value without quotes";
+  value = value.substr(1, value.size() - 2);
+  const auto is_odd = [](char c) { return c == '"' || static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+  if (std::any_of(value.begin(), value.end(), is_odd))
+    return "has a quote or a control character in its value";
+  const auto* setting = std::find_if(std::begin(kSettings), std::end(kSettings),
+                                     [name](const Setting& known) { return known.name == name; });
+  if (setting == std::end(kSettings)) return "names no setting";
+  return setting->set(value, settings) ? nullptr : "has a value out of its range";
+}
+
+void LogUnreadable(const std::string& path, const std::string& reason) {
+  base::Log(LOG_ERR, kUnit, "cannot read the settings in " + path + ": " + reason);
+}
+
+// Nothing when there is no such file; an empty text, with a line in the log, when it cannot be read.
+std::optional<std::string> ReadText(const std::string& path) {
+  const base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file && errno == ENOENT) return std::nullopt;
+  struct stat info {};
+  if (!file || ::fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode)) {
+    LogUnreadable(path, file ? "no plain file" : std::strerror(errno));
+    return std::string();
+  }
+  std::string text(kMaxFileSize + 1, '\0');
+  size_t size = 0;
+  ssize_t got = 0;
+  while (size < text.size() && (got = ::read(file.Get(), text.data() + size, text.size() - size)) != 0) {
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) break;
+    size += static_cast<size_t>(got);
+  }
+  if (got < 0 || size > kMaxFileSize) {
+    LogUnreadable(path, got < 0 ? std::strerror(errno) : "the file is too long");
+    return std::string();
+  }
+  text.resize(size);
+  return text;
+}
+
+}  // namespace
+
+Settings LoadSettings(const std::string& path) {
+  Settings settings;
+  const std::optional<std::string> text = ReadText(path);
+  if (!text) return settings;
+  std::string_view rest = *text;
+  for (int number = 1; !rest.empty(); ++number) {
+    const size_t end = rest.find('\n');
+    const std::string_view line = Trim(rest.substr(0, end));
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    if (line.empty() || line.front() == '#') continue;
+    const char* const complaint = ApplyLine(line, settings);
+    if (complaint != nullptr) {
+      base::Log(LOG_ERR, kUnit,
+                "line " + std::to_string(number) + " of " + path + " " + complaint + ": its default stands");
+    }
+  }
+  return settings;
+}
+
+std::vector<std::string> SettingNames() {
+  std::vector<std::string> names;
+  for (const Setting& setting : kSettings) names.emplace_back(setting.name);
+  return names;
+}
+
+}  // namespace kinora::system

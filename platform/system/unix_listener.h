@@ -1,0 +1,14 @@
+// A listening Unix socket.
+#pragma once
+
+#include <string>
+
+#include "platform/base/descriptor.h"
+
+namespace kinora::system {
+
+// Only this process's account may connect. What a listener that is gone has left under the name is replaced.
+// The descriptor is non-blocking and closed on execution. Throws std::system_error.
+base::Descriptor ListenOnUnixSocket(const std::string& path);
+
+}  // namespace kinora::system

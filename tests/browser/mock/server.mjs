@@ -1,0 +1,167 @@
+// A stand-in for the server, for states that are hard to bring about with the real one: refusals, locked films,
+// ten thousand films, a scan that stands still, a server that is gone. It answers as the web API does and notes
+// what it was asked.
+import { createReadStream, readFileSync, statSync } from "node:fs";
+import { createServer } from "node:http";
+import path from "node:path";
+import { pipeline } from "node:stream";
+
+const kTypes = { ".html": "text/html; charset=utf-8", ".js": "text/javascript", ".css": "text/css", ".svg": "image/svg+xml" };
+const kPolicy =
+  "default-src 'self'; base-uri 'none'; frame-ancestors 'none'; form-action 'self'; require-trusted-types-for 'script'";
+
+export const kUser = "admin";
+export const kPassword = "correct horse";
+export const kIdle = {
+  running: false, found: 0, looked_at: 0, to_look_at: 0, added: 0, changed: 0, moved: 0, removed: 0,
+  refused: 0, waiting: 0, current: "",
+};
+
+export function film(id, own = {}) {
+  return {
+    id, title: `Film ${id}`, file: `film-${id}.mp4`, folder: "", share: "Films", duration: 600 + id,
+    container: "mp4", video_codec: "h264", audio_codec: "aac", width: 1280, height: 720, size: 1000000 + id,
+    added: 1700000000 + id, playable: true, ...own,
+  };
+}
+
+class Refused extends Error {
+  constructor(code, message = "") {
+    super(message);
+    this.code = code;
+  }
+}
+
+const kSorts = {
+  title: (a, b) => a.title.localeCompare(b.title) || a.id - b.id,
+  newest: (a, b) => b.added - a.added,
+  duration: (a, b) => b.duration - a.duration,
+  size: (a, b) => b.size - a.size,
+};
+
+// options: page (folder with the built page), media (a video file), films, pictures (id -> JPEG file)
+export async function startMock({ page, media, films = [], pictures = () => undefined }) {
+  const mock = {
+    films, progress: { ...kIdle }, administrator: true,
+    refuse: {}, // film id -> code that open answers
+    pins: {}, // film id -> the PIN that opens it
+    welcome: "welcome-secret", sessions: new Set(), streams: new Map(), asked: [], down: false, next: 1,
+    sweep() { mock.streams.clear(); },
+    endSessions() { mock.sessions.clear(); },
+    asks(method) { return mock.asked.filter((call) => call.get("method") === method); },
+  };
+
+  const account = () => ({ id: 1, name: kUser, administrator: mock.administrator });
+
+  function signIn(call, response) {
+    if (call.get("welcome")) {
+      if (call.get("welcome") !== mock.welcome) throw new Refused(126);
+      mock.welcome = undefined;
+    } else if (call.get("user") !== kUser || call.get("password") !== kPassword) {
+      throw new Refused(call.get("password") === "again" ? 127 : 126);
+    }
+    const sid = `sid-${mock.next++}`;
+    mock.sessions.add(sid);
+    response.setHeader("Set-Cookie", `kinora_session=${sid}; Path=/; HttpOnly; SameSite=Lax`);
+    return { sid, token: `token-of-${sid}`, account: account() };
+  }
+
+  function list(call) {
+    const words = (call.get("search") ?? "").toLowerCase().split(/\s+/).filter(Boolean);
+    const found = mock.films
+      .filter((one) => words.every((word) => `${one.title} ${one.folder} ${one.file}`.toLowerCase().includes(word)))
+      .sort(kSorts[call.get("sort") || "title"]);
+    const offset = Number(call.get("offset") ?? 0);
+    return { total: found.length, videos: found.slice(offset, offset + Number(call.get("limit") ?? 100)) };
+  }
+
+  function open(call) {
+    const id = Number(call.get("id"));
+    if (mock.refuse[id]) throw new Refused(mock.refuse[id]);
+    if (mock.pins[id] && call.get("pin") !== mock.pins[id]) throw new Refused(call.get("pin") ? 1401 : 1400);
+    const stream_id = `stream-${mock.next++}`;
+    mock.streams.set(stream_id, id);
+    return { stream_id, format: "raw" };
+  }
+
+  const methods = {
+    "Session.sign_in": signIn,
+    "Session.sign_out": (call, response, sid) => { mock.sessions.delete(sid); return {}; },
+    "Session.whoami": (call, response, sid) => ({ account: account(), token: `token-of-${sid}` }),
+    "Catalog.list": list,
+    "Catalog.progress": () => mock.progress,
+    "Catalog.rescan": () => { mock.progress = { ...mock.progress, running: true }; return { started: true }; },
+    "Stream.open": open,
+    "Stream.close": (call) => { mock.streams.delete(call.get("id")); return {}; },
+  };
+  const changing = ["Session.sign_out", "Catalog.rescan", "Stream.open", "Stream.close"];
+
+  function answerCall(call, request, response) {
+    const name = `${call.get("api")?.replace("CRVN.Kinora2.", "")}.${call.get("method")}`;
+    const sid = /kinora_session=([^;]+)/.exec(request.headers.cookie ?? "")?.[1];
+    if (name !== "Session.sign_in" && !mock.sessions.has(sid)) throw new Refused(124);
+    if (changing.includes(name) && (request.method !== "POST" || call.get("CrvnToken") !== `token-of-${sid}`)) {
+      throw new Refused(125);
+    }
+    if (name === "Film.picture") return sendFile(request, response, pictures(Number(call.get("id"))), "image/jpeg");
+    if (name === "Stream.stream") {
+      const there = mock.streams.has(call.get("id"));
+      return sendFile(request, response, there ? media : undefined, "video/mp4");
+    }
+    const result = JSON.stringify({ result: methods[name](call, response, sid) });
+    response.writeHead(200, { "Content-Type": "application/json" }).end(result);
+  }
+
+  async function serve(request, response) {
+    const url = new URL(request.url, "http://mock");
+    if (url.pathname !== "/webapi/entry.cgi") return sendPage(page, url.pathname, response);
+    if (mock.down) return request.socket.destroy();
+    let body = "";
+    for await (const chunk of request) body += chunk;
+    const call = request.method === "POST" ? new URLSearchParams(body) : url.searchParams;
+    mock.asked.push(call);
+    try {
+      answerCall(call, request, response);
+    } catch (error) {
+      if (!(error instanceof Refused)) throw error;
+      response.writeHead(400, { "Content-Type": "application/json" });
+      response.end(JSON.stringify({ error: { code: error.code, message: error.message } }));
+    }
+  }
+
+  const server = createServer((request, response) => void serve(request, response));
+  await new Promise((resolve) => server.listen(0, "127.0.0.1", resolve));
+  mock.origin = `http://127.0.0.1:${server.address().port}`;
+  mock.close = () => new Promise((resolve) => { server.closeAllConnections(); server.close(resolve); });
+  return mock;
+}
+
+function sendPage(page, pathname, response) {
+  const file = path.join(page, pathname === "/" ? "index.html" : path.normalize(pathname));
+  let body;
+  try {
+    body = readFileSync(file);
+  } catch (error) {
+    if (error.code !== "ENOENT") throw error;
+    response.writeHead(404).end();
+    return;
+  }
+  response.writeHead(200, { "Content-Type": kTypes[path.extname(file)] ?? "application/octet-stream", "Content-Security-Policy": kPolicy });
+  response.end(body);
+}
+
+function sendFile(request, response, file, type) {
+  if (!file) {
+    response.writeHead(404).end();
+    return;
+  }
+  const { size } = statSync(file);
+  const range = /^bytes=(\d+)-(\d*)$/.exec(request.headers.range ?? "");
+  const start = range ? Number(range[1]) : 0;
+  const end = range?.[2] ? Math.min(Number(range[2]), size - 1) : size - 1;
+  const headers = { "Content-Type": type, "Accept-Ranges": "bytes", "Content-Length": end - start + 1 };
+  if (range) headers["Content-Range"] = `bytes ${start}-${end}/${size}`;
+  response.writeHead(range ? 206 : 200, headers);
+  // Browsers break off such answers all the time.
+  pipeline(createReadStream(file, { start, end }), response, () => undefined);
+}

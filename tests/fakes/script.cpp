@@ -1,0 +1,76 @@
+#include "tests/fakes/script.h"
+
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+
+#include "contract/webapi/join_string.h"
+
+namespace kinora::fakes {
+namespace {
+
+int open_databases = 0;
+
+int RunForReal(const std::vector<std::string>& arguments) {
+  std::vector<char*> list;
+  for (const std::string& argument : arguments) list.push_back(const_cast<char*>(argument.c_str()));
+  list.push_back(nullptr);
+  pid_t child = 0;
+  int status = 0;
+  if (posix_spawn(&child, list[0], nullptr, nullptr, list.data(), environ) != 0) return -1;
+  if (waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+  return WEXITSTATUS(status);
+}
+
+bool LinkWorkingFolder(uint64_t, const std::string& id, const std::string& type) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::path(TheScript().volume) / (type + "-" + id);
+  std::error_code failure;
+  fs::create_directories(folder, failure);
+  if (!failure) fs::create_directory_symlink(folder, fs::path("/tmp/Kinora") / type / id, failure);
+  return !failure;
+}
+
+}  // namespace
+
+Script::Script() : link_working_folder(LinkWorkingFolder), execute(RunForReal) {}
+
+Script& TheScript() {
+  static Script script;
+  return script;
+}
+
+std::vector<std::string>& Calls() {
+  static std::vector<std::string> calls;
+  return calls;
+}
+
+int OpenDatabases() { return open_databases; }
+void CountDatabase(int change) { open_databases += change; }
+
+void Reset() {
+  TheScript() = Script();
+  Calls().clear();
+}
+
+std::string Show(const std::string& text) { return '"' + text + '"'; }
+std::string Show(const char* text) { return Show(std::string(text)); }
+std::string Show(bool value) { return value ? "true" : "false"; }
+std::string Show(int value) { return std::to_string(value); }
+std::string Show(unsigned int value) { return std::to_string(value); }
+std::string Show(uint64_t value) { return std::to_string(value); }
+
+std::string Show(const Json::Value& value) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  return Json::writeString(builder, value);
+}
+
+std::string Show(const std::vector<std::string>& parts) { return "[" + crvnkn::JoinString(parts, " ") + "]"; }
+
+void Record(const std::string& operation, const std::vector<std::string>& shown_arguments) {
+  Calls().push_back(operation + "(" + crvnkn::JoinString(shown_arguments, ", ") + ")");
+}
+
+}  // namespace kinora::fakes

@@ -1,0 +1,89 @@
+// Scripted doubles of contract/: linked in the platform's place, they write every call with its arguments
+// into one journal and answer what the script says.
+#pragma once
+
+#include <json/json.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "contract/media/database.h"
+#include "contract/system/volume.h"
+
+namespace kinora::fakes {
+
+// The answers. A test changes what it is about; Reset puts back these defaults, under which everything
+// succeeds.
+struct Script {
+  // The engine: the metadata of every file, and streams.
+  bool load_file = true;
+  std::string container = "mp4";
+  std::string video_codec = "h264";
+  Json::Value video_tracks{Json::arrayValue};
+  Json::Value audio_tracks{Json::arrayValue};
+  std::string stream_id = "newstream";  // empty: no id can be had
+  // Makes a folder under `volume` and the link to it, like the real one; a test may put another in its place.
+  std::function<bool(uint64_t bytes, const std::string& id, const std::string& type)> link_working_folder;
+  std::string volume;
+
+  // The media database.
+  bool database_fails = false;  // every question throws Failure
+  std::vector<LibKinora::db::record::File> files;
+  std::vector<LibKinora::db::record::Collection> collections;
+  bool file_allowed = true;
+  std::string right_pin;  // empty: none is right
+
+  // The format rules.
+  std::vector<std::string> formats{"raw"};
+
+  // The machine.
+  bool make_folder = true;
+  std::function<int(const std::vector<std::string>& arguments)>
+      execute;                                    // by default really runs the program
+  std::map<std::string, std::string> mime_types;  // by extension, with its dot
+  bool set_fast_output = true;
+  std::string output = "BODY";  // what OutputFile writes to standard output
+  bool output_file = true;
+  int available_volumes = 1;
+  VolumeInfo available_volume;
+  unsigned int volume_flags = 0;
+
+  Script();
+};
+
+// The script that answers now.
+Script& TheScript();
+
+// What was called since the last Reset, in order: `GetFile(42)`, `OutputFile("/v/a.mp4", "video/mp4")`. Left
+// out are the getters of loaded metadata and JoinString, which decide nothing.
+std::vector<std::string>& Calls();
+
+// Objects of the database's classes that are alive.
+int OpenDatabases();
+
+void Reset();
+
+// Appends a call to the journal.
+std::string Show(const std::string& text);
+std::string Show(const char* text);
+std::string Show(bool value);
+std::string Show(int value);
+std::string Show(unsigned int value);
+std::string Show(uint64_t value);
+std::string Show(const Json::Value& value);
+std::string Show(const std::vector<std::string>& parts);
+
+void Record(const std::string& operation, const std::vector<std::string>& shown_arguments);
+
+template <typename... Arguments>
+void Called(const std::string& operation, const Arguments&... arguments) {
+  Record(operation, {Show(arguments)...});
+}
+
+// For the double of the database.
+void CountDatabase(int change);
+
+}  // namespace kinora::fakes

@@ -1,0 +1,76 @@
+#include "entry/dispatch.h"
+
+#include <gtest/gtest.h>
+
+using namespace kinora::entry;
+
+namespace {
+
+int CodeOf(std::string_view api, std::string_view name, std::string_view version) {
+  try {
+    FindMethod(AllMethods(), api, name, version);
+  } catch (const Error& error) {
+    return error.Code();
+  }
+  return 0;
+}
+
+// A request that reaches the dispatcher's own decisions only.
+Request Ask(const std::string& verb, Form parameters) {
+  Request request;
+  request.verb = verb;
+  request.host = "localhost";
+  request.parameters = std::move(parameters);
+  return request;
+}
+
+}  // namespace
+
+TEST(FindMethod, TellsApartWhatIsMissing) {
+  EXPECT_EQ(CodeOf("CRVN.Kinora2.Session", "whoami", "1"), 0);
+  EXPECT_EQ(CodeOf("CRVN.Kinora2.Nothing", "whoami", "1"), 121);
+  EXPECT_EQ(CodeOf("", "", ""), 121);
+  EXPECT_EQ(CodeOf("CRVN.Kinora2.Session", "list", "1"), 122);
+  EXPECT_EQ(CodeOf("CRVN.Kinora2.Session", "whoami", "2"), 123);
+  EXPECT_EQ(CodeOf("CRVN.Kinora2.Session", "whoami", ""), 123);
+}
+
+TEST(AllMethods, WantTheTokenAndPostForEverythingThatIsNotARead) {
+  for (const Method& method : AllMethods()) {
+    const bool open = method.access == Access::kOpen;
+    EXPECT_EQ(open, std::string(method.name) == "sign_in") << method.name;
+    if (open) continue;
+    EXPECT_EQ(method.access == Access::kSessionAndToken, method.verbs == Verbs::kPost) << method.name;
+  }
+}
+
+TEST(TakesVerb, LetsNothingBeChangedByGet) {
+  const auto with = [](Verbs verbs) { return Method{"", "", Access::kOpen, verbs, {}, {}, nullptr}; };
+  struct Case {
+    Verbs verbs;
+    const char* verb;
+    bool expected;
+  };
+  const Case kCases[] = {
+      {Verbs::kAny, "GET", true},     {Verbs::kAny, "HEAD", true},    {Verbs::kAny, "POST", true},
+      {Verbs::kPost, "GET", false},   {Verbs::kPost, "HEAD", false},  {Verbs::kPost, "POST", true},
+      {Verbs::kStream, "GET", true},  {Verbs::kStream, "HEAD", true}, {Verbs::kStream, "POST", false},
+      {Verbs::kAny, "DELETE", false}, {Verbs::kAny, "", false},       {Verbs::kAny, "get", false},
+  };
+  for (const Case& c : kCases) EXPECT_EQ(TakesVerb(with(c.verbs), c.verb), c.expected) << c.verb;
+}
+
+TEST(Dispatch, DecidesBeforeItOpensTheDatabase) {
+  const kinora::system::Settings settings;
+  Request foreign = Ask("GET", {});
+  foreign.host = "evil.example";
+  EXPECT_EQ(Dispatch(foreign, settings)->status, 400);
+  Request path = Ask("GET", {});
+  path.path_info = "/ss/x";
+  EXPECT_EQ(Dispatch(path, settings)->status, 404);
+  EXPECT_EQ(Dispatch(Ask("TRACE", {}), settings)->status, 405);
+  EXPECT_EQ(Dispatch(Ask("OPTIONS", {}), settings)->status, 204);
+  EXPECT_EQ(Dispatch(Ask("GET", {}), settings)->status, 404);
+  const Form whoami = {{"api", "CRVN.Kinora2.Session"}, {"version", "1"}, {"method", "whoami"}};
+  EXPECT_EQ(Dispatch(Ask("GET", whoami), settings)->status, 401);
+}

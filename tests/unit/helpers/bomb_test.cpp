@@ -1,0 +1,173 @@
+// Files made to cost time or memory, and files that are cut off: a clear answer, soon, without a crash.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <string>
+
+#include "platform/base/descriptor.h"
+#include "tests/unit/helpers/box_file.h"
+#include "tests/unit/helpers/helper_process.h"
+
+namespace kinora::helper {
+namespace {
+
+using Seconds = std::chrono::duration<double>;
+
+constexpr double kSoon = 5.0;  // on a busy machine; a second is usual for the worst of them
+constexpr int64_t kFiveGigabytes = 5'000'000'000;
+
+class Bomb : public testing::Test {
+ protected:
+  std::string Put(const std::string& name, const std::string& bytes) const {
+    WriteWhole(folder_.File(name), bytes);
+    return folder_.File(name);
+  }
+
+  // The helper ends by itself with one of its codes; a crash or a limit's signal would be 128 and more.
+  static void ExpectAnswer(const Ended& ended) {
+    EXPECT_TRUE(ended.status == 0 || ended.status == 65 || ended.status == 66)
+        << ended.status << " " << ended.errors;
+    EXPECT_EQ(ended.status == 0, !ended.output.empty());
+    EXPECT_EQ(ended.status == 0, ended.errors.empty());
+  }
+
+  static void ExpectAnswersSoon(const std::string& file) {
+    SCOPED_TRACE(file);
+    const auto start = std::chrono::steady_clock::now();
+    ExpectAnswer(Probe(file));
+    ExpectAnswer(TakePicture(file, 320));
+    EXPECT_LT(Seconds(std::chrono::steady_clock::now() - start).count(), 2 * kSoon);
+  }
+
+  ScratchFolder folder_;
+};
+
+TEST_F(Bomb, AnEmptyFileIsNoMediaFile) {
+  const Ended ended = Probe(Put("empty.mp4", ""));
+  EXPECT_EQ(ended.status, 65);
+  EXPECT_EQ(ended.errors, "the file is empty\n");
+}
+
+TEST_F(Bomb, AFilmWithoutItsEndIsUnreadable) {
+  const std::string film = ReadWhole(MediaFile("moov_last.mp4"));
+  const Ended ended = Probe(Put("half.mp4", film.substr(0, film.size() / 2)));
+  EXPECT_EQ(ended.status, 66);
+  EXPECT_TRUE(ended.errors.starts_with("cannot be opened: ")) << ended.errors;
+}
+
+TEST_F(Bomb, CutOffFilesGetAnAnswer) {
+  for (const char* name : {"h264_aac.mp4", "h264_ac3.mkv", "mpeg4_mp3.avi", "h264_aac.ts", "mpeg2_mp2.mpg",
+                           "vp9_opus.webm", "h264_aac.flv", "wmv.asf", "theora_vorbis.ogv"}) {
+    const std::string whole = ReadWhole(MediaFile(name));
+    for (const size_t size : {size_t{1}, size_t{16}, size_t{100}, size_t{1000}, whole.size() / 2}) {
+      ExpectAnswersSoon(Put(std::to_string(size) + name, whole.substr(0, size)));
+    }
+  }
+}
+
+TEST_F(Bomb, DamagedFilesGetAnAnswer) {
+  uint32_t state = 1;  // a fixed sequence, so that a failure can be repeated
+  for (const char* name : {"h264_aac.mp4", "h264_ac3.mkv", "mpeg4_mp3.avi", "h264_aac.ts", "vp9_opus.webm"}) {
+    std::string bytes = ReadWhole(MediaFile(name));
+    for (int i = 0; i < 2000; ++i) {
+      state = state * 1664525 + 1013904223;
+      bytes[state % std::min<size_t>(bytes.size(), 200'000)] = static_cast<char>(state >> 24);
+    }
+    ExpectAnswersSoon(Put(name, bytes));
+  }
+}
+
+TEST_F(Bomb, NoiseIsNoMediaFile) {
+  std::string noise(1 << 20, '\0');
+  uint32_t state = 7;
+  for (char& byte : noise) {
+    state = state * 1664525 + 1013904223;
+    byte = static_cast<char>(state >> 24);
+  }
+  EXPECT_NE(Probe(Put("noise.mp4", noise)).status, 0);
+  ExpectAnswersSoon(Put("noise.mp4", noise));
+}
+
+// Every frame says that it is 65,500 pixels square: 13 GB when decoded.
+TEST_F(Bomb, HugePicturesAreNotDecoded) {
+  std::string film = ReadWhole(MediaFile("odd_size.mkv"));
+  const std::string size = BigEndian16(239) + BigEndian16(317);
+  int changed = 0;
+  for (size_t at = 0; (at = film.find(size, at)) != std::string::npos; at += size.size(), ++changed) {
+    film.replace(at, size.size(), BigEndian16(65500) + BigEndian16(65500));
+  }
+  ASSERT_GT(changed, 50);
+  const std::string file = Put("huge.mkv", film);
+  ExpectAnswersSoon(file);
+  const Ended ended = TakePicture(file, 320);
+  EXPECT_EQ(ended.status, 65);
+  EXPECT_EQ(ended.errors, "no picture in it that can be decoded\n");
+}
+
+TEST_F(Bomb, TenThousandTracksAreRefused) {
+  const std::string film = ReadWhole(MediaFile("silent.mp4"));
+  const std::string moov = BoxAt(film, {"moov"});
+  const std::string trak = Box("trak", BoxAt(moov, {"trak"}));
+  std::string traks;
+  for (int i = 0; i < 10'000; ++i) traks += trak;
+  const std::string file = Put("tracks.mp4", WithBox(film, {"moov"}, moov + traks));
+  ExpectAnswersSoon(file);
+  EXPECT_EQ(Probe(file).status, 66);
+}
+
+TEST_F(Bomb, DeeplyNestedBoxesAreRefused) {
+  std::string nested = Box("free", "");
+  for (int i = 0; i < 5'000; ++i) nested = Box("moov", nested);
+  const std::string file = Put("nested.mp4", Box("ftyp", "isom" + BigEndian32(0) + "isom") + nested);
+  ExpectAnswersSoon(file);
+  EXPECT_NE(Probe(file).status, 0);
+}
+
+TEST_F(Bomb, ATableThatClaimsToBeEndlessTakesNoMemory) {
+  const std::vector<std::string> stsz = {"moov", "trak", "mdia", "minf", "stbl", "stsz"};
+  const std::vector<std::string> stts = {"moov", "trak", "mdia", "minf", "stbl", "stts"};
+  const std::string film = ReadWhole(MediaFile("moov_last.mp4"));
+  const std::string endless = BigEndian32(0) + BigEndian32(0) + BigEndian32(0x7FFFFFFF);
+  ExpectAnswersSoon(Put("stsz.mp4", WithBox(film, stsz, endless)));
+  ExpectAnswersSoon(
+      Put("constant.mp4", WithBox(film, stsz, BigEndian32(0) + BigEndian32(1) + BigEndian32(0x7FFFFFFF))));
+  ExpectAnswersSoon(Put("stts.mp4", WithBox(film, stts, BigEndian32(0) + BigEndian32(0x7FFFFFFF))));
+}
+
+// Only the hole after the film grows; what costs is what is read.
+TEST_F(Bomb, AFileOfFiveGigabytesCostsLittle) {
+  for (const char* name : {"h264_aac.mp4", "h264_ac3.mkv", "h264_aac.ts", "mpeg2_mp2.mpg", "mpeg4_mp3.avi"}) {
+    SCOPED_TRACE(name);
+    const std::string file = Put(name, ReadWhole(MediaFile(name)));
+    if (::truncate(file.c_str(), kFiveGigabytes) != 0) GTEST_SKIP() << "no sparse files here";
+    ExpectAnswersSoon(file);
+    const Ended ended = Probe(file);
+    ASSERT_EQ(ended.status, 0) << ended.errors;
+    EXPECT_EQ(Parse(ended.output)["size"].asInt64(), kFiveGigabytes);
+  }
+}
+
+TEST_F(Bomb, FiveGigabytesOfNothingAreNoMediaFile) {
+  const std::string file = Put("zeros.mkv", "");
+  if (::truncate(file.c_str(), kFiveGigabytes) != 0) GTEST_SKIP() << "no sparse files here";
+  ExpectAnswersSoon(file);
+  EXPECT_EQ(Probe(file).status, 65);
+}
+
+TEST_F(Bomb, TextThatIsNotUtf8IsMadeUtf8) {
+  std::string film = ReadWhole(MediaFile("h264_ac3.mkv"));
+  const std::string title =
+      "Gr\xC3\xBC\xC3\x9F"
+      "e";
+  ASSERT_NE(film.find(title), std::string::npos);
+  film.replace(film.find(title), title.size(), "Gr\xFC\xFF\x01\"e");
+  const Ended ended = Probe(Put("title.mkv", film));
+  ASSERT_EQ(ended.status, 0) << ended.errors;
+  EXPECT_EQ(Parse(ended.output)["title"].asString(), "Gr\uFFFD\uFFFD\x01\"e");
+}
+
+}  // namespace
+}  // namespace kinora::helper

@@ -1,0 +1,101 @@
+// What the built shared object shows to those who link it.
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <memory>
+#include <set>
+#include <string>
+
+namespace {
+
+struct ClosePipe {
+  void operator()(FILE* pipe) const { pclose(pipe); }
+};
+
+void Replace(std::string& text, const std::string& what, const std::string& by) {
+  for (size_t at; (at = text.find(what)) != std::string::npos;) text.replace(at, what.size(), by);
+}
+
+// The names that nm lists for the library, made readable. Each stands once: of a constructor the linker sees
+// several.
+std::set<std::string> Names(const std::string& selection) {
+  // "<name> <type letter> <value> <size>"; the name may hold blanks, and an undefined one has no value.
+  const int fields_after_name = selection == "--defined-only" ? 3 : 1;
+  const std::string command = "nm -DC --format=posix " + selection + " " KINORA_LIBRARY;
+  const std::unique_ptr<FILE, ClosePipe> pipe(popen(command.c_str(), "r"));
+  std::set<std::string> names;
+  char line[4096];
+  while (pipe && std::fgets(line, sizeof line, pipe.get()) != nullptr) {
+    std::string name = line;
+    name.resize(name.find_last_not_of("\n ") + 1);
+    for (int field = 0; field < fields_after_name; ++field) name.resize(name.find_last_of(' '));
+    Replace(name, "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >",
+            "string");
+    Replace(name, "[abi:cxx11]", "");
+    Replace(name, "crvnkn::webapi::", "");
+    Replace(name, "vte::", "");
+    names.insert(name);
+  }
+  return names;
+}
+
+TEST(SharedLibrary, ShowsItsOperationsAndNothingElse) {
+  const std::set<std::string> expected = {
+      "GetFilePathByID(int)",
+      "GetUidFromSharingId(string const&)",
+      "AssertVideoAllowed(int, unsigned int, string const&)",
+      "CloseHandler(string const&, string const&)",
+      "GetStreamerAPI(string const&, string const&)",
+      "OpenArgument::OpenArgument()",
+      "OpenArgument::~OpenArgument()",
+      "OpenArgument::CheckFilePath()",
+      "StreamIniter::StreamIniter(OpenArgument const&)",
+      "StreamIniter::StreamIniter(LibCrvnVTE::VideoMetaData const&, OpenArgument const&)",
+      "StreamIniter::~StreamIniter()",
+      "StreamIniter::LegacyProcess()",
+      "StreamIniter::DetermineAvailableFormats() const",
+      "StreamIniter::InitDirectStream()",
+      "StreamIniter::InitRAW()",
+      "StreamIniter::RemoveTimeoutDir(string const&)",
+      "StreamIniter::RemoveTimeoutVTEDir()",
+      "Streamer::Streamer(string const&, Streamer::StreamType)",
+      "Streamer::~Streamer()",
+      "Streamer::SetFragmentID(string const&)",
+      "Streamer::SetPlaylistType(string const&)",
+      "Streamer::SetSubtitleID(string const&)",
+      "Streamer::SetSeekTime(unsigned long)",
+      "Streamer::Stream() const",
+      "Streamer::Close() const",
+      "Streamer::GetStreamTypeString() const",
+      "Streamer::RemoveDir() const",
+      "Streamer::GetPathAccessStatus() const",
+      "Streamer::GetPathSourceFile() const",
+      "RAW::RAW(string const&)",
+      "RAW::~RAW()",
+      "RAW::StreamImp() const",
+      "RAW::CloseImp() const",
+      // By which exceptions and classes are told apart across shared objects.
+      "typeinfo for Error",
+      "typeinfo name for Error",
+      "vtable for Error",
+      "typeinfo for Streamer",
+      "typeinfo name for Streamer",
+      "vtable for Streamer",
+      "typeinfo for RAW",
+      "typeinfo name for RAW",
+      "vtable for RAW",
+  };
+  EXPECT_EQ(Names("--defined-only"), expected);
+}
+
+TEST(SharedLibrary, LeavesThePlatformAndTheCallersSideToItsLinker) {
+  const std::set<std::string> undefined = Names("--undefined-only");
+  for (const char* name :
+       {"HLIBCExec(char const*, ...)", "LibCrvnVTE::VTEStream::GetRandStreamID(string const&)",
+        "LibKinora::db::api::FileAPI::GetFile(int) const", "HTTPFileOutputer::GetMimeType(char const*)",
+        "crvnkn::JoinString(std::vector<string, std::allocator<string > > const&, string const&)"}) {
+    EXPECT_THAT(undefined, testing::Contains(name));
+  }
+}
+
+}  // namespace

@@ -1,0 +1,59 @@
+#include "library/vte/streamer_dispatch.h"
+
+#include "library/vte/raw.h"
+#include "tests/fakes/scripted_test.h"
+
+namespace crvnkn::webapi::vte {
+namespace {
+
+using StreamerDispatch = kinora::fakes::ScriptedWorkspaceTest;
+
+TEST_F(StreamerDispatch, MakesARawStreamerWhateverTheCase) {
+  for (const char* format : {"raw", "RAW", "Raw"}) {
+    const std::unique_ptr<Streamer> streamer = GetStreamerAPI("id", format);
+    ASSERT_NE(streamer, nullptr) << format;
+    EXPECT_NE(dynamic_cast<RAW*>(streamer.get()), nullptr) << format;
+    EXPECT_EQ(streamer->GetPathSourceFile(), "/tmp/Kinora/RAW/id/filepath");
+  }
+}
+
+TEST_F(StreamerDispatch, MakesNothingForAnUnknownFormat) {
+  for (const std::string& format :
+       {std::string(), std::string("webm"), std::string("WEBM"), std::string("mp4"), std::string("direct"),
+        std::string("raw "), std::string(" raw"), std::string("ra"), std::string("raw\0", 4),
+        std::string("raw,hls")}) {
+    EXPECT_EQ(GetStreamerAPI("id", format), nullptr) << format;
+  }
+  ExpectLog({});
+}
+
+TEST_F(StreamerDispatch, CloseRefusesAnEmptyParameter) {
+  EXPECT_FALSE(CloseHandler("", "raw"));
+  EXPECT_FALSE(CloseHandler("id", ""));
+  EXPECT_FALSE(CloseHandler("", ""));
+  ExpectLog({"vte/stream_initer:# Bad parameter", "vte/stream_initer:# Bad parameter",
+             "vte/stream_initer:# Bad parameter"});
+}
+
+TEST_F(StreamerDispatch, CloseNamesTheFormatThatIsUnknown) {
+  EXPECT_FALSE(CloseHandler("id", "mp4"));
+  ExpectLog({"vte/stream_initer:# Bad format for webapi [format = mp4]"});
+}
+
+TEST_F(StreamerDispatch, CloseRemovesTheStream) {
+  const auto folder = PutStream("RAW", "id");
+  EXPECT_TRUE(CloseHandler("id", "raw"));
+  EXPECT_FALSE(IsThere("RAW", "id"));
+  EXPECT_FALSE(std::filesystem::exists(folder));
+}
+
+TEST_F(StreamerDispatch, CloseSucceedsAgainWhenTheStreamIsGone) {
+  PutStream("RAW", "id");
+  EXPECT_TRUE(CloseHandler("id", "raw"));
+  EXPECT_TRUE(CloseHandler("id", "raw"));
+  EXPECT_TRUE(CloseHandler("never there", "RAW"));
+  ExpectLog({});
+}
+
+}  // namespace
+}  // namespace crvnkn::webapi::vte

@@ -1,0 +1,222 @@
+#include "platform/media/format_rules.h"
+
+#include <gmock/gmock.h>
+
+#include <stdexcept>
+
+namespace kinora::media {
+namespace {
+
+using testing::ElementsAre;
+using Names = std::vector<std::string>;
+
+// The file that is installed.
+FormatRules Shipped() { return LoadFormatRules(KINORA_SOURCE_DIR "/packaging/format_rules.json"); }
+
+FormatTraits Traits(const std::string& container, const std::string& video, const std::string& audio) {
+  FormatTraits traits{container, video, audio, {}, true};
+  if (!audio.empty()) traits.track_codecs = {audio};
+  return traits;
+}
+
+Names Choose(const FormatTraits& traits, const std::string& request) {
+  return ChooseFormats(DecideFormats(Shipped(), traits), request);
+}
+
+FormatDecision DecisionOn(const std::string& name, const FormatTraits& traits) {
+  for (const FormatDecision& decision : DecideFormats(Shipped(), traits)) {
+    if (decision.name == name) return decision;
+  }
+  return {};
+}
+
+std::string RefusalOf(const std::string& text) {
+  try {
+    ParseFormatRules(text);
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(FormatRules, SendRawWhatBrowsersPlayWhenTheChoiceIsLeftToThem) {
+  const struct {
+    const char* container;
+    const char* video;
+    const char* audio;
+    Names chosen;
+  } cases[] = {
+      {"mp4", "h264", "aac", {"raw"}},
+      {"mp4", "h264", "mp3", {"raw"}},
+      {"mp4", "h264", "", {"raw"}},
+      {"mov", "h264", "aac", {"raw"}},
+      {"mp4", "av1", "opus", {"raw"}},
+      {"mp4", "vp9", "flac", {"raw"}},
+      {"webm", "vp8", "vorbis", {"raw"}},
+      {"webm", "vp9", "opus", {"raw"}},
+      {"webm", "av1", "", {"raw"}},
+      // What only looks like it.
+      {"mp4", "h264_10bit", "aac", {"webm_remux", "hls", "ss"}},
+      {"mp4", "h264_422", "aac", {"webm_remux", "hls", "ss"}},
+      {"mp4", "h264_444", "aac", {"webm_remux", "hls", "ss"}},
+      {"mp4", "h264", "ac3", {"webm_remux", "hls", "ss"}},
+      {"mp4", "h264", "opus", {"raw"}},
+      {"mov", "h264", "pcm_s16le", {"webm_remux", "hls", "ss"}},
+      {"mov", "av1", "aac", {"webm_remux", "hls", "ss"}},
+      {"mp4", "hevc", "aac", {"webm_remux", "hls", "ss"}},
+      {"mp4", "hevc_10bit", "aac", {"webm_remux", "hls", "ss"}},
+      {"mp4", "mpeg4", "aac", {"webm_remux", "hls", "ss"}},
+      {"webm", "h264", "opus", {"webm_remux", "hls", "ss"}},
+      {"webm", "vp9_10bit", "opus", {"webm_remux", "hls", "ss"}},
+      // Remuxing serves.
+      {"mkv", "h264", "aac", {"hls_remux"}},
+      {"mkv", "h264", "", {"hls_remux"}},
+      {"mkv", "vp9", "opus", {"webm_remux"}},
+      // Only a conversion does.
+      {"mkv", "h264", "dts", {"webm_remux", "hls", "ss"}},
+      {"mkv", "hevc_10bit", "aac", {"webm_remux", "hls", "ss"}},
+      {"mkv", "vp9", "aac", {"webm_remux", "hls", "ss"}},
+      {"mpegts", "h264", "aac", {"webm_remux", "hls", "ss"}},
+      {"avi", "mpeg4", "mp3", {"webm_remux", "hls", "ss"}},
+      {"asf", "wmv3", "wmav2", {"webm_remux", "hls", "ss"}},
+      {"ogg", "theora", "vorbis", {"webm_remux", "hls", "ss"}},
+      // Nothing else is allowed.
+      {"nut", "h264", "aac", {"raw"}},
+      {"", "h264", "aac", {"raw"}},
+      {"mkv", "unknown_codec", "aac", {"raw"}},
+      {"mkv", "hevc", "unknown_codec", {"raw"}},
+      {"mp4", "", "aac", {"raw"}},
+      {"", "", "", {"raw"}},
+  };
+  for (const auto& [container, video, audio, chosen] : cases) {
+    EXPECT_EQ(Choose(Traits(container, video, audio), "auto"), chosen)
+        << container << ' ' << video << ' ' << audio;
+  }
+}
+
+TEST(FormatRules, AllowRawForEveryFileToThoseWhoAskForIt) {
+  for (const char* container : {"mp4", "mkv", "avi", "nut", ""}) {
+    for (const char* video : {"h264", "hevc_10bit", "wmv3", "unknown_codec", ""}) {
+      EXPECT_THAT(Choose(Traits(container, video, "dts"), "raw"), ElementsAre("raw"))
+          << container << ' ' << video;
+    }
+  }
+}
+
+TEST(FormatRules, LeaveOnlyRawForAFileThatAllowsNothingElseAlsoWhenHlsIsAskedForFirst) {
+  const FormatTraits nut = Traits("nut", "h264", "aac");
+  EXPECT_THAT(Choose(nut, "hls,raw"), ElementsAre("raw"));
+  EXPECT_THAT(Choose(nut, "hls,hls_remux,ss,webm_remux,raw"), ElementsAre("raw"));
+  EXPECT_THAT(Choose(nut, "hls"), ElementsAre());
+}
+
+TEST(FormatRules, GiveOfAListWhatTheyAllow) {
+  const FormatTraits mkv = Traits("mkv", "h264", "aac");
+  const FormatTraits dts = Traits("mkv", "h264", "dts");
+  EXPECT_THAT(Choose(mkv, "hls_remux"), ElementsAre("hls_remux"));
+  EXPECT_THAT(Choose(dts, "hls_remux"), ElementsAre());
+  EXPECT_THAT(Choose(dts, "hls_remux,hls"), ElementsAre("hls"));
+  EXPECT_THAT(Choose(mkv, "ss,raw,hls"), ElementsAre("ss", "raw", "hls"));
+}
+
+TEST(FormatRules, ReadTheRequestWithoutRegardToCaseAndBlanks) {
+  const FormatTraits mp4 = Traits("mp4", "h264", "aac");
+  const std::pair<const char*, Names> cases[] = {
+      {"RAW", {"raw"}},
+      {"Hls, Raw", {"hls", "raw"}},
+      {" auto ", {"raw"}},
+      {"raw,raw", {"raw"}},
+      {"auto,hls", {"raw", "hls"}},
+      {"hls,auto", {"hls", "raw"}},
+      {"", {}},
+      {",", {}},
+      {",,raw,", {"raw"}},
+      {"rawr", {}},
+      {"none", {}},
+      {"raw;hls", {}},
+      {"dash,raw", {"raw"}},
+      {"as_is", {}},
+  };
+  for (const auto& [request, chosen] : cases) EXPECT_EQ(Choose(mp4, request), chosen) << request;
+}
+
+TEST(FormatRules, SendNothingAsItIsWhenAnotherTrackIsChosen) {
+  FormatTraits traits = Traits("mp4", "h264", "aac");
+  traits.track_codecs = {"aac", "aac"};
+  traits.default_audio = false;
+  EXPECT_THAT(Choose(traits, "auto"), ElementsAre("hls_remux"));
+  EXPECT_THAT(Choose(traits, "raw"), ElementsAre());
+  EXPECT_THAT(Choose(traits, "raw,hls"), ElementsAre("hls"));
+  traits.track_codecs = {"aac", "ac3"};  // which of them is chosen is not known here
+  EXPECT_THAT(Choose(traits, "hls_remux"), ElementsAre());
+  EXPECT_THAT(Choose(traits, "auto"), ElementsAre("webm_remux", "hls", "ss"));
+  traits.track_codecs = {"aac", "unknown_codec"};
+  EXPECT_THAT(Choose(traits, "auto"), ElementsAre());
+}
+
+TEST(FormatRules, SayWhy) {
+  const auto reason = [](const char* name, const FormatTraits& traits) {
+    return DecisionOn(name, traits).reason;
+  };
+  EXPECT_EQ(reason("raw", Traits("mp4", "h264", "aac")), "browsers play h264 with aac in mp4");
+  EXPECT_EQ(reason("raw", Traits("mkv", "hevc", "")),
+            "browsers do not play hevc without sound in mkv; a player that asks for it may");
+  EXPECT_EQ(reason("hls_remux", Traits("mkv", "h264", "aac")), "h264 with aac in mkv is copied");
+  EXPECT_EQ(reason("hls_remux", Traits("avi", "h264", "aac")), "the container avi is not copied");
+  EXPECT_EQ(reason("hls_remux", Traits("mkv", "h264_10bit", "aac")),
+            "the video codec h264_10bit is not copied");
+  EXPECT_EQ(reason("hls_remux", Traits("mkv", "h264", "dts")), "the audio codec dts is not copied");
+  EXPECT_EQ(reason("hls", Traits("mkv", "h264", "dts")), "h264 with dts in mkv is converted");
+  EXPECT_EQ(reason("hls", Traits("nut", "h264", "aac")), "the container nut is not converted");
+  EXPECT_EQ(reason("hls", Traits("mp4", "", "aac")), "there is no video");
+  FormatTraits other = Traits("mp4", "h264", "aac");
+  other.default_audio = false;
+  EXPECT_EQ(reason("raw", other), "another sound track than the first was chosen");
+}
+
+TEST(FormatRules, NameEveryFormatOnce) {
+  Names names;
+  for (const FormatRule& format : Shipped().formats) names.push_back(format.name);
+  EXPECT_THAT(names, testing::UnorderedElementsAre("hls", "hls_remux", "ss", "webm_remux", "raw"));
+}
+
+TEST(FormatRules, AreRefusedWhenTheyAreMalformed) {
+  const std::string lists = R"("convertible": [], "undecodable": [])";
+  const auto with_formats = [&](const std::string& formats) {
+    return "{\"formats\": " + formats + ", " + lists + "}";
+  };
+  EXPECT_EQ(RefusalOf(with_formats("[]")), "");
+  EXPECT_EQ(RefusalOf(with_formats(R"([{"name": "raw", "way": "as_is"}])")), "");
+  const std::pair<std::string, std::string> cases[] = {
+      {"[]", "the file holds no object"},
+      {"{}", "\"formats\" is no list"},
+      {R"({"formats": []})", "\"convertible\" is no list"},
+      {R"({"formats": [], "convertible": [1], "undecodable": []})",
+       "\"convertible\" holds something that is no text"},
+      {with_formats("{}"), "\"formats\" is no list"},
+      {with_formats("[[]]"), "a format is no object"},
+      {with_formats("[{}]"), "\"name\" is no text"},
+      {with_formats(R"([{"name": "dash", "way": "remux"}])"), "there is no format \"dash\""},
+      {with_formats(R"([{"name": "raw", "way": "magic"}])"), "there is no way \"magic\""},
+      {with_formats(R"([{"name": "raw", "way": "as_is"}, {"name": "raw", "way": "remux"}])"),
+       "\"raw\" stands twice"},
+      {with_formats(R"([{"name": "hls", "way": "remux", "converts": 1}])"),
+       "\"converts\" is neither true nor false"},
+      {with_formats(R"([{"name": "hls", "way": "remux", "copies": {}}])"), "\"copies\" is no list"},
+      {with_formats(R"([{"name": "hls", "way": "remux", "copies": [1]}])"),
+       "\"copies\" holds something that is no object"},
+      {with_formats(R"([{"name": "hls", "way": "remux", "copies": [{"containers": "mp4"}]}])"),
+       "\"containers\" is no list"},
+  };
+  for (const auto& [text, reason] : cases) EXPECT_EQ(RefusalOf(text), "format rules: " + reason) << text;
+  for (const std::string& text :
+       {std::string(), std::string("{"), std::string("text"), std::string(5000, '['), std::string("{} {}"),
+        std::string("{\"a\":1,\"a\":2}"), std::string(10, '\0')}) {
+    EXPECT_THAT(RefusalOf(text), testing::StartsWith("format rules: ")) << text;
+  }
+  EXPECT_THROW(LoadFormatRules("/nonexistent"), std::runtime_error);
+  EXPECT_THROW(LoadFormatRules("/"), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace kinora::media

@@ -1,0 +1,65 @@
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "contract/media/video_formate_profile.h"
+#include "platform/media/format_rules.h"
+
+namespace LibKinora {
+namespace {
+
+using testing::ElementsAre;
+
+// With the shipped rules at their installed place.
+class VideoFormateProfileTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(std::filesystem::exists(kinora::media::InstalledFormatRules())) << "install first";
+  }
+  static Json::Value Tracks(const std::vector<std::string>& codecs) {
+    Json::Value tracks(Json::arrayValue);
+    for (const std::string& codec : codecs) {
+      Json::Value track;
+      track["codec"] = codec;
+      tracks.append(track);
+    }
+    return tracks;
+  }
+};
+
+TEST_F(VideoFormateProfileTest, AppendsWhatIsAllowed) {
+  std::vector<std::string> formats = {"there before"};
+  EXPECT_TRUE(VideoFormateProfile::DetermintStreamFormat("auto", "mp4", "h264", "aac", Tracks({"aac"}), true,
+                                                         formats));
+  EXPECT_TRUE(
+      VideoFormateProfile::DetermintStreamFormat("hls", "mkv", "hevc", "", Tracks({}), true, formats));
+  EXPECT_THAT(formats, ElementsAre("there before", "raw", "hls"));
+}
+
+TEST_F(VideoFormateProfileTest, IsTrueAndAppendsNothingWhenNothingIsAllowed) {
+  std::vector<std::string> formats;
+  EXPECT_TRUE(VideoFormateProfile::DetermintStreamFormat("dash", "mp4", "h264", "aac", Tracks({"aac"}), true,
+                                                         formats));
+  EXPECT_THAT(formats, ElementsAre());
+}
+
+TEST_F(VideoFormateProfileTest, TakesTracksOfAnyShape) {
+  Json::Value odd(Json::arrayValue);
+  odd.append(7);
+  odd.append(Json::Value(Json::arrayValue));
+  odd.append(Json::Value(Json::objectValue));
+  for (const Json::Value& tracks :
+       {Json::Value(), Json::Value("text"), Json::Value(Json::objectValue), odd}) {
+    std::vector<std::string> formats;
+    EXPECT_TRUE(
+        VideoFormateProfile::DetermintStreamFormat("raw", "mp4", "h264", "aac", tracks, true, formats));
+    EXPECT_THAT(formats, ElementsAre("raw"));
+  }
+  std::vector<std::string> formats;
+  EXPECT_TRUE(
+      VideoFormateProfile::DetermintStreamFormat("hls_remux", "mp4", "h264", "aac", odd, false, formats));
+  EXPECT_THAT(formats, ElementsAre());
+}
+
+}  // namespace
+}  // namespace LibKinora

@@ -1,0 +1,9 @@
+import { App } from "./app.ts";
+import "./styles/base.css";
+import "./styles/parts.css";
+import "./styles/sign_in.css";
+import "./styles/library.css";
+import "./styles/player.css";
+
+const root = document.getElementById("app");
+if (root) void new App(root).start();

@@ -1,0 +1,102 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { Refusal, Unreachable } from "../src/api.ts";
+import type { Film, Progress } from "../src/catalog.ts";
+import { placeOf } from "../src/catalog.ts";
+import { messageKind } from "../src/library_message.ts";
+import { outcome, scanLine, signature } from "../src/scan_watch.ts";
+import { readLoudness } from "../src/volume.ts";
+import { describeFormat, wordsForOpening, wordsForSigningIn } from "../src/words.ts";
+
+const kFilm = { container: "matroska", video_codec: "hevc", audio_codec: "ac3" } as Film;
+const kProgress: Progress = {
+  running: true, found: 0, looked_at: 0, to_look_at: 0, added: 0, changed: 0, moved: 0, removed: 0, refused: 0,
+  waiting: 0, current: "",
+};
+
+for (const code of [100, 1211]) {
+  test(`Words.NameTheFormatThatWouldNeedConverting(${code})`, () => {
+    const words = wordsForOpening(new Refusal(code, ""), kFilm);
+    assert.equal(words.title, "This film can’t be played yet");
+    assert.match(words.detail, /^Its format \(MKV · HEVC · AC-3\) would have to be converted first/);
+  });
+}
+
+const kTitles: [unknown, string][] = [
+  [new Refusal(105, ""), "You may not watch this film"],
+  [new Refusal(1101, ""), "This film is not in the library any more"],
+  [new Refusal(1203, ""), "The server’s disk is full"],
+  [new Refusal(1212, ""), "The stream could not be started"],
+  [new Refusal(1400, ""), "This film is locked"],
+  [new Refusal(1401, ""), "This film is locked"],
+  [new Refusal(4711, ""), "This film can’t be started"],
+  [new Unreachable(""), "Kinora does not answer"],
+  [new TypeError("a mistake of ours"), "Something went wrong"],
+];
+for (const [error, title] of kTitles) {
+  test(`Words.SayWhyAFilmDoesNotStart(${title})`, () => assert.equal(wordsForOpening(error).title, title));
+}
+
+test("Words.NeverRepeatTheServersMessage", () => {
+  const words = wordsForOpening(new Refusal(4711, "secret path"));
+  assert.doesNotMatch(JSON.stringify(words), /secret path/);
+});
+
+test("Words.TellAWrongPasswordFromTooManyAttempts", () => {
+  assert.equal(wordsForSigningIn(new Refusal(126, "")), "Name or password is wrong.");
+  assert.match(wordsForSigningIn(new Refusal(127, "")), /^Too many attempts\./);
+});
+
+test("Words.LeaveOutWhatAFilmLacks", () => {
+  assert.equal(describeFormat({ container: "mp4", video_codec: "h264", audio_codec: "" }), "MP4 · H.264");
+});
+
+test("Place.IsTheShareAndItsFolders", () => {
+  assert.equal(placeOf({ share: "Films", folder: "2019/Summer" }), "Films / 2019 / Summer");
+  assert.equal(placeOf({ share: "Films", folder: "" }), "Films");
+});
+
+const kStates: [Parameters<typeof messageKind>[0], string][] = [
+  [{ films: 3, failure: new Error(), search: "", scanning: false, administrator: true }, "failure"],
+  [{ films: 3, failure: undefined, search: "x", scanning: true, administrator: true }, "none"],
+  [{ films: 0, failure: undefined, search: "x", scanning: true, administrator: true }, "nothing found"],
+  [{ films: 0, failure: undefined, search: "", scanning: true, administrator: true }, "scanning"],
+  [{ films: 0, failure: undefined, search: "", scanning: false, administrator: true }, "empty"],
+];
+for (const [state, kind] of kStates) {
+  test(`LibraryMessage.Is(${kind})`, () => assert.equal(messageKind(state), kind));
+}
+
+const kLines: [Partial<Progress>, string][] = [
+  [{}, "Looking through the folders…"],
+  [{ found: 1 }, "1 film found so far…"],
+  [{ found: 2500, to_look_at: 1200, looked_at: 1100 }, "Looking at 1,200 new or changed files: 1,100 done"],
+];
+for (const [own, line] of kLines) {
+  test(`Scan.SaysWhatItDoes(${line})`, () => assert.equal(scanLine({ ...kProgress, ...own }), line));
+}
+
+const kOutcomes: [Partial<Progress>, string][] = [
+  [{}, ""],
+  [{ added: 1 }, "1 film added"],
+  [{ added: 1200, removed: 2 }, "1,200 films added, 2 removed"],
+  [{ moved: 3, changed: 1 }, "1 film updated, 3 moved"],
+];
+for (const [own, line] of kOutcomes) {
+  test(`Scan.SaysWhatCameOfIt(${line})`, () => assert.equal(outcome({ ...kProgress, ...own }), line));
+}
+
+test("Scan.ShowsItsStateOnlyByWhatChangesTheLibrary", () => {
+  assert.equal(signature(kProgress), signature({ ...kProgress, running: false, current: "x", waiting: 3 }));
+  assert.notEqual(signature(kProgress), signature({ ...kProgress, removed: 1 }));
+});
+
+const kLoudness: [string | null, { volume: number; muted: boolean }][] = [
+  [null, { volume: 1, muted: false }],
+  ["rubbish", { volume: 1, muted: false }],
+  ['{"volume":7}', { volume: 1, muted: false }],
+  ['{"volume":0.4,"muted":true}', { volume: 0.4, muted: true }],
+];
+for (const [text, loudness] of kLoudness) {
+  test(`Loudness.IsReadWithCare(${text})`, () => assert.deepEqual(readLoudness(text), loudness));
+}

@@ -8,6 +8,17 @@
 
 namespace LibKinora {
 
+// What of a video the choice of a transcoding profile depends on.
+struct FrameInformation {
+  unsigned int resolution_x = 0;  // pixels, as coded; 0: there is no picture
+  unsigned int resolution_y = 0;
+  std::string video_codec;  // VideoMetaData's name
+};
+
+// Whether the file must go through the ffmpeg pipeline. There is no other: true for every file.
+bool ForceFFmpegTranscoding(const std::string& container, const std::string& video_codec,
+                            const std::string& video_profile);
+
 class VideoFormateProfile {
  public:
   // Appends to `formats` the names ("hls", "hls_remux", "ss", "webm_remux", "raw") that both the request and
@@ -31,6 +42,18 @@ class VideoFormateProfile {
 
   // Whether `name` is one of `available`, without regard to case.
   static bool BlMatchFormat(const std::vector<std::string>& available, const std::string& name);
+
+  // The name of the transcoding profile to use, out of the profile file that belongs to the pipeline.
+  //   kind     the pipeline: "HLS", "VAAPI_HLS", "GST_HLS", "SS" or "WEBM"
+  //   path     the video, absolute
+  //   profile  the quality that was asked for ("hd_high", "sd_high", "appletv_hd_high", "low"); empty: the
+  //            best that suits the frame; one that the file does not know counts as empty
+  //   remux    the video is to be copied: then the profile says only what becomes of the sound
+  // A picture is never made larger. Empty, with a line in the system log, when no profile fits or the profile
+  // file cannot be read.
+  static std::string DetermineTransProfile(const std::string& kind, const std::string& path,
+                                           const std::string& profile, bool remux,
+                                           const FrameInformation& frame);
 };
 
 }  // namespace LibKinora

@@ -93,10 +93,23 @@ bool SetAddress(std::string_view value, Settings& settings) {
   return true;
 }
 
-bool SetFreeSpaceFloor(std::string_view value, Settings& settings) {
+template <uint64_t Settings::*kMember>
+bool SetSize(std::string_view value, Settings& settings) {
   const std::optional<uint64_t> size = ParseSize(value);
-  if (size) settings.free_space_floor = *size;
+  if (size) settings.*kMember = *size;
   return size.has_value();
+}
+
+template <bool Settings::*kMember>
+bool SetSwitch(std::string_view value, Settings& settings) {
+  if (value != "yes" && value != "no") return false;
+  settings.*kMember = value == "yes";
+  return true;
+}
+
+template <unsigned int Settings::*kMember, unsigned int kLeast, unsigned int kMost>
+bool SetCount(std::string_view value, Settings& settings) {
+  return ParseCount(value, kLeast, kMost, settings.*kMember);
 }
 
 bool SetHosts(std::string_view value, Settings& settings) {
@@ -106,14 +119,6 @@ bool SetHosts(std::string_view value, Settings& settings) {
   }
   settings.hosts = std::move(hosts);
   return true;
-}
-
-bool SetPort(std::string_view value, Settings& settings) {
-  return ParseCount(value, 0, 65535, settings.port);
-}
-
-bool SetSessionDays(std::string_view value, Settings& settings) {
-  return ParseCount(value, 1, 3650, settings.session_days);
 }
 
 bool SetVolumes(std::string_view value, Settings& settings) {
@@ -132,8 +137,19 @@ struct Setting {
 };
 
 constexpr Setting kSettings[] = {
-    {"account", SetAccount}, {"address", SetAddress}, {"free_space_floor", SetFreeSpaceFloor},
-    {"hosts", SetHosts},     {"port", SetPort},       {"session_days", SetSessionDays},
+    {"account", SetAccount},
+    {"address", SetAddress},
+    {"free_space_floor", SetSize<&Settings::free_space_floor>},
+    {"hardware", SetSwitch<&Settings::hardware>},
+    {"hosts", SetHosts},
+    {"idle_seconds", SetCount<&Settings::idle_seconds, 1, 86'400>},
+    {"jobs", SetCount<&Settings::jobs, 1, 64>},
+    {"port", SetCount<&Settings::port, 0, 65'535>},
+    {"run_ahead_seconds", SetCount<&Settings::run_ahead_seconds, 10, 86'400>},
+    {"session_days", SetCount<&Settings::session_days, 1, 3'650>},
+    {"stream_quota", SetSize<&Settings::stream_quota>},
+    {"streams_quota", SetSize<&Settings::streams_quota>},
+    {"transcoding", SetSwitch<&Settings::transcoding>},
     {"volumes", SetVolumes},
 };
 

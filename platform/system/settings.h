@@ -20,6 +20,13 @@ struct Settings {
       volumes;  // where streams keep their working data; empty: the package's own var folder
   uint64_t free_space_floor = 256ULL << 20;  // bytes that stay free on a volume
   unsigned int session_days = 30;            // a session unused for so long ends
+  bool transcoding = true;                   // whether films may be encoded at all
+  bool hardware = false;                     // whether hardware may encode
+  unsigned int jobs = 2;                     // encoders at work at once, for all viewers together
+  unsigned int run_ahead_seconds = 120;      // of film that an encoder may be ahead of its viewer
+  unsigned int idle_seconds = 60;            // an encoder that nobody has asked for so long ends
+  uint64_t stream_quota = 2ULL << 30;        // bytes of fragments of one stream
+  uint64_t streams_quota = 16ULL << 30;      // and of all of them
 
   bool operator==(const Settings&) const = default;
 };

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 namespace kinora::system {
 namespace {
@@ -48,7 +49,9 @@ TEST_F(SettingsTest, AreTheDefaultsWhenTheFileIsTooLong) {
 TEST_F(SettingsTest, TakesEveryKey) {
   const Settings settings = Load(
       "account=\"kinora\"\naddress=\"::1\"\nport=\"0\"\nhosts=\"nas.lan, films.example.org\"\n"
-      "volumes=\"/volume1/:/volume 2\"\nfree_space_floor=\"2G\"\nsession_days=\"7\"\n");
+      "volumes=\"/volume1/:/volume 2\"\nfree_space_floor=\"2G\"\nsession_days=\"7\"\n"
+      "transcoding=\"no\"\nhardware=\"yes\"\njobs=\"3\"\nrun_ahead_seconds=\"30\"\nidle_seconds=\"5\"\n"
+      "stream_quota=\"10M\"\nstreams_quota=\"1T\"\n");
   EXPECT_EQ(settings.account, "kinora");
   EXPECT_EQ(settings.address, "::1");
   EXPECT_EQ(settings.port, 0U);
@@ -56,6 +59,13 @@ TEST_F(SettingsTest, TakesEveryKey) {
   EXPECT_THAT(settings.volumes, ElementsAre("/volume1", "/volume 2"));
   EXPECT_EQ(settings.free_space_floor, 2ULL << 30);
   EXPECT_EQ(settings.session_days, 7U);
+  EXPECT_FALSE(settings.transcoding);
+  EXPECT_TRUE(settings.hardware);
+  EXPECT_EQ(settings.jobs, 3U);
+  EXPECT_EQ(settings.run_ahead_seconds, 30U);
+  EXPECT_EQ(settings.idle_seconds, 5U);
+  EXPECT_EQ(settings.stream_quota, 10ULL << 20);
+  EXPECT_EQ(settings.streams_quota, 1ULL << 40);
 }
 
 struct PortCase {
@@ -94,7 +104,9 @@ INSTANTIATE_TEST_SUITE_P(Cases, SettingsBadValue,
                                          "volumes=\"relative\"", "volumes=\"/a:b\"", "free_space_floor=\"\"",
                                          "free_space_floor=\"M\"", "free_space_floor=\"1X\"",
                                          "free_space_floor=\"18446744073709551615T\"", "session_days=\"0\"",
-                                         "session_days=\"3651\"", "unknown=\"1\""));
+                                         "session_days=\"3651\"", "jobs=\"0\"", "jobs=\"65\"",
+                                         "run_ahead_seconds=\"9\"", "idle_seconds=\"0\"", "transcoding=\"\"",
+                                         "hardware=\"YES\"", "stream_quota=\"-1\"", "unknown=\"1\""));
 
 // Every key stands in the file that is installed, once, commented out, with the built-in default.
 TEST_F(SettingsTest, AreDocumentedWithTheirDefaultsInTheInstalledFile) {
@@ -108,8 +120,13 @@ TEST_F(SettingsTest, AreDocumentedWithTheirDefaultsInTheInstalledFile) {
     ASSERT_NE(sign, std::string::npos) << line;
     names.push_back(line.substr(1, sign - 1));
     // Another value first, so that a documented value that does not parse cannot pass for the default.
-    const std::string value = names.back() == "address" ? "::1" : names.back() == "volumes" ? "/x" : "7";
-    const std::string other = names.back() + "=\"" + value + "\"";
+    static const std::map<std::string, std::string> kOthers = {{"address", "::1"},
+                                                               {"volumes", "/x"},
+                                                               {"transcoding", "no"},
+                                                               {"hardware", "yes"},
+                                                               {"run_ahead_seconds", "70"}};
+    const auto known = kOthers.find(names.back());
+    const std::string other = names.back() + "=\"" + (known == kOthers.end() ? "7" : known->second) + "\"";
     ASSERT_NE(Load(other), Settings()) << other;
     EXPECT_EQ(Load(other + "\n" + line.substr(1) + "\n"), Settings()) << line;
   }

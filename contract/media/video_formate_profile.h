@@ -48,7 +48,7 @@ class VideoFormateProfile {
   //   path     the video, absolute
   //   profile  the quality that was asked for ("hd_high", "sd_high", "appletv_hd_high", "low"); empty: the
   //            best that suits the frame; one that the file does not know counts as empty
-  //   remux    the video is to be copied: then the profile says only what becomes of the sound
+  //   remux    the video is to be copied; the profile says what becomes of the rest
   // A picture is never made larger. Empty, with a line in the system log, when no profile fits or the profile
   // file cannot be read.
   static std::string DetermineTransProfile(const std::string& kind, const std::string& path,

@@ -3,23 +3,21 @@
 
 namespace libkn::util {
 
-// Found out once for a process, when first asked.
 class PlatformUtils {
  public:
   static PlatformUtils& GetInst();
 
-  // Whether the machine has hardware that encodes H.264 through VAAPI.
+  // Whether the machine has hardware that encodes H.264 through VAAPI. Found out once for a process, when it
+  // is first asked.
   bool IsSupportVaapi() const;
-  // Whether it is also to be used: the settings allow it.
+  // Whether it is also to be used: the settings allow it. Where they do not, the hardware is left alone.
   bool IsVaapiFFmpegEnabled() const;
 
   PlatformUtils(const PlatformUtils&) = delete;
   PlatformUtils& operator=(const PlatformUtils&) = delete;
 
  private:
-  PlatformUtils();
-  bool vaapi_supported_ = false;
-  bool vaapi_enabled_ = false;
+  PlatformUtils() = default;
 };
 
 }  // namespace libkn::util

@@ -7,6 +7,7 @@
 
 #include "platform/base/log.h"
 #include "platform/media/format_rules.h"
+#include "platform/media/trans_profile.h"
 
 namespace LibKinora {
 namespace {
@@ -29,6 +30,11 @@ std::vector<std::string> CodecsOf(const Json::Value& audio_tracks) {
 }
 
 }  // namespace
+
+bool ForceFFmpegTranscoding(const std::string& /*container*/, const std::string& /*video_codec*/,
+                            const std::string& /*video_profile*/) {
+  return true;
+}
 
 bool VideoFormateProfile::DetermintStreamFormat(const std::string& format, const std::string& container,
                                                 const std::string& video_codec,
@@ -56,6 +62,21 @@ bool VideoFormateProfile::BlMatchFormat(const std::vector<std::string>& availabl
   return std::ranges::any_of(available, [&](const std::string& one) {
     return one.size() == name.size() && ::strcasecmp(one.c_str(), name.c_str()) == 0;
   });
+}
+
+std::string VideoFormateProfile::DetermineTransProfile(const std::string& kind, const std::string& path,
+                                                       const std::string& profile, bool remux,
+                                                       const FrameInformation& frame) {
+  std::string name;
+  try {
+    name = media::ChooseTransProfile(media::LoadTransProfiles(media::InstalledTransProfiles(kind)), kind,
+                                     profile, remux, frame);
+  } catch (const std::runtime_error& error) {
+    base::Log(LOG_ERR, kUnit, error.what());
+    return "";
+  }
+  if (name.empty()) base::Log(LOG_ERR, kUnit, "no transcoding profile of " + kind + " fits " + path);
+  return name;
 }
 
 }  // namespace LibKinora

@@ -61,5 +61,18 @@ TEST_F(VideoFormateProfileTest, TakesTracksOfAnyShape) {
   EXPECT_THAT(formats, ElementsAre());
 }
 
+TEST_F(VideoFormateProfileTest, DeterminesTheTranscodingProfileFromThePipelinesOwnFile) {
+  const FrameInformation frame{1920, 1080, "hevc"};
+  const auto determine = [&](const char* kind, const char* profile, bool remux) {
+    return VideoFormateProfile::DetermineTransProfile(kind, "/share/film.mkv", profile, remux, frame);
+  };
+  EXPECT_EQ(determine("HLS", "", false), "hd_high");
+  EXPECT_EQ(determine("HLS", "low", false), "low");
+  EXPECT_EQ(determine("HLS", "", true), "as_filmed");
+  EXPECT_EQ(determine("GST_HLS", "sd_high", false), "sd_high");
+  EXPECT_EQ(determine("GST_HLS", "", true), "");
+  EXPECT_EQ(determine("DASH", "", false), "");
+}
+
 }  // namespace
 }  // namespace LibKinora

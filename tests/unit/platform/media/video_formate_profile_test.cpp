@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "platform/media/format_rules.h"
+#include "platform/media/trans_profile.h"
 
 namespace LibKinora {
 namespace {
@@ -15,6 +16,17 @@ TEST(VideoFormateProfile, IsFalseWhenTheRulesCannotBeRead) {
   std::vector<std::string> formats;
   EXPECT_FALSE(VideoFormateProfile::DetermintStreamFormat("raw", "mp4", "h264", "aac", {}, true, formats));
   EXPECT_THAT(formats, testing::IsEmpty());
+}
+
+TEST(VideoFormateProfile, DeterminesNothingWhenTheProfilesCannotBeRead) {
+  if (std::filesystem::exists(kinora::media::InstalledTransProfiles("HLS")))
+    GTEST_SKIP() << "a Kinora is installed on this machine";
+  EXPECT_EQ(VideoFormateProfile::DetermineTransProfile("HLS", "/a.mkv", "", false, {1920, 1080, "h264"}), "");
+}
+
+TEST(VideoFormateProfile, SendsEveryFileThroughFFmpeg) {
+  EXPECT_TRUE(ForceFFmpegTranscoding("mp4", "h264", "High"));
+  EXPECT_TRUE(ForceFFmpegTranscoding("", "", ""));
 }
 
 TEST(VideoFormateProfile, MatchesNamesWithoutRegardToCase) {

@@ -1,0 +1,80 @@
+#include "contract/media/json_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace fs = std::filesystem;
+
+namespace LibKinora {
+namespace {
+
+class JsonFileTest : public testing::Test {
+ protected:
+  JsonFileTest() {
+    std::string name = testing::TempDir() + "json-XXXXXX";
+    folder_ = ::mkdtemp(name.data());
+    file_ = folder_ / "a.json";
+  }
+  ~JsonFileTest() override { fs::remove_all(folder_); }
+
+  // What stands in the file; null when that is no JSON.
+  Json::Value Read() const {
+    std::ifstream in(file_, std::ios::binary);
+    Json::Value value;
+    std::string problem;
+    return Json::parseFromStream(Json::CharReaderBuilder(), in, &value, &problem) ? value : Json::Value();
+  }
+  long EntryCount() const { return std::distance(fs::directory_iterator(folder_), fs::directory_iterator()); }
+
+  static Json::Value Record(const std::string& text, int64_t number) {
+    Json::Value value;
+    value["text"] = text;
+    value["number"] = Json::Int64(number);
+    return value;
+  }
+
+  fs::path folder_;
+  fs::path file_;
+};
+
+TEST_F(JsonFileTest, GivesBackWhatWasWritten) {
+  const Json::Value record = Record("caf\u00e9 \"\\\n\x01", 5'000'000'000);
+  EXPECT_TRUE(WriteJsonToFile(file_, record));
+  EXPECT_EQ(Read(), record);
+  struct stat info {};
+  ASSERT_EQ(::stat(file_.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 07777, 0600U);
+}
+
+TEST_F(JsonFileTest, ReplacesALongerFileWholly) {
+  EXPECT_TRUE(WriteJsonToFile(file_, Record(std::string(10'000, 'x'), 1)));
+  EXPECT_TRUE(WriteJsonToFile(file_, Record("short", 2)));
+  EXPECT_EQ(Read(), Record("short", 2));
+  EXPECT_EQ(EntryCount(), 1);
+}
+
+TEST_F(JsonFileTest, WritesJsonOutOfBytesThatAreNoText) {
+  EXPECT_TRUE(WriteJsonToFile(file_, Record("caf\xE9", 1)));
+  EXPECT_EQ(Read(), Record("caf\uFFFD", 1));
+}
+
+TEST_F(JsonFileTest, FailsAndLeavesNothingWhereItCannotWrite) {
+  EXPECT_FALSE(WriteJsonToFile(folder_ / "missing" / "a.json", Record("", 1)));
+  fs::create_directories(file_ / "in the way");
+  EXPECT_FALSE(WriteJsonToFile(file_, Record("", 1)));
+  EXPECT_TRUE(fs::is_directory(file_ / "in the way"));
+  EXPECT_EQ(EntryCount(), 1);
+}
+
+TEST_F(JsonFileTest, RefusesAPathThatDependsOnWhereTheProcessStands) {
+  EXPECT_FALSE(WriteJsonToFile("", Record("", 1)));
+  EXPECT_FALSE(WriteJsonToFile("relative.json", Record("", 1)));
+  EXPECT_FALSE(fs::exists("relative.json"));
+}
+
+}  // namespace
+}  // namespace LibKinora

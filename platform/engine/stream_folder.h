@@ -45,16 +45,16 @@ class StreamFolder {
   // process. Empty when the stream has gone meanwhile.
   base::Descriptor Lock() const;
 
-  // Removes the folder with all it holds, and the link. false, with a line in the log, when something could
-  // not be removed.
-  bool Remove() const;
-
  private:
-  StreamFolder(std::string id, std::string link, std::string target);
+  StreamFolder(std::string id, std::string target);
 
   std::string id_;
-  std::string link_;    // the name in the workspace
-  std::string target_;  // where it leads
+  std::string target_;  // where the link leads
 };
+
+// Removes the stream's folder with all it holds, and the link to it; a link that leads nowhere, or to a
+// folder that is none of ours, goes alone. true also when there is nothing; false, with a line in the log,
+// when something could not be removed: another try may do it.
+bool RemoveStream(const std::string& type, const std::string& stream_id);
 
 }  // namespace kinora::engine

@@ -5,17 +5,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <optional>
-#include <string_view>
 
 #include "contract/system/crvn_fs.h"
 #include "contract/system/volume.h"
 #include "platform/base/descriptor.h"
 #include "platform/base/log.h"
+#include "platform/engine/stream_id.h"
 #include "platform/system/places.h"
 
 namespace LibCrvnVTE {
@@ -23,19 +22,12 @@ namespace {
 
 using kinora::base::Descriptor;
 using kinora::base::Log;
+using kinora::engine::IsStreamId;
+using kinora::engine::IsStreamType;
+using kinora::engine::kStreamIdAlphabet;
+using kinora::engine::kStreamIdLength;
 
 constexpr char kUnit[] = "engine/vte_stream";
-
-// 32 letters and digits of five random bits each.
-constexpr std::string_view kAlphabet = "abcdefghijklmnopqrstuvwxyz234567";
-constexpr size_t kIdLength = 32;
-constexpr std::array<std::string_view, 4> kTypes = {"RAW", "HLS", "SS", "WEBM"};
-
-bool IsStreamId(const std::string& id) {
-  return id.size() == kIdLength && id.find_first_not_of(kAlphabet) == std::string::npos;
-}
-
-bool IsType(const std::string& name) { return std::find(kTypes.begin(), kTypes.end(), name) != kTypes.end(); }
 
 void LogFailure(const std::string& what, int line = __builtin_LINE()) {
   Log(LOG_ERR, kUnit, what + ": " + std::strerror(errno), line);
@@ -98,19 +90,19 @@ class NewDirectory {
 
 std::string VTEStream::GetRandStreamID(const std::string& file_path) {
   if (file_path.empty()) return "";
-  std::array<uint8_t, kIdLength> random{};
+  std::array<uint8_t, kStreamIdLength> random{};
   if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size())) {
     LogFailure("No random bytes");
     return "";
   }
   std::string id;
-  for (const uint8_t byte : random) id += kAlphabet[byte % kAlphabet.size()];
+  for (const uint8_t byte : random) id += kStreamIdAlphabet[byte % kStreamIdAlphabet.size()];
   return id;
 }
 
 bool VTEStream::GetVolTmpAndSymlink(uint64_t bytes_needed, const std::string& stream_id,
                                     const std::string& type_name) {
-  if (!IsStreamId(stream_id) || !IsType(type_name)) {
+  if (!IsStreamId(stream_id) || !IsStreamType(type_name)) {
     Log(LOG_ERR, kUnit, "Malformed stream id or type");
     return false;
   }

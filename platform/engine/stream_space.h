@@ -1,0 +1,15 @@
+// The disk space under the streams.
+#pragma once
+
+#include <cstdint>
+
+namespace kinora::engine {
+
+// What a volume must have free, above the floor that the settings name, for a stream to start there: a minute
+// of film in fragments, about. Bytes.
+inline constexpr uint64_t kSpaceOfAStream = 32ULL << 20;
+
+// Whether a volume has this much.
+bool HasSpaceForAStream();
+
+}  // namespace kinora::engine

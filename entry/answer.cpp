@@ -74,7 +74,10 @@ int StatusOf(ErrorCode code) {
       return 404;
     case kTooManyAttempts:
       return 429;
+    case crvnkn::webapi::kErrorOfflineConvertingHardware:
+    case crvnkn::webapi::kErrorOfflineConvertingSoftware:
     case crvnkn::webapi::kErrorVolumeSpace:
+    case crvnkn::webapi::kErrorMemoryLayout:
       return 503;
     case crvnkn::webapi::kErrorAudioUnreadable:
     case crvnkn::webapi::kErrorTracksUnreadable:

@@ -22,22 +22,28 @@ const char* AllowedVerbs(Verbs verbs) {
   return verbs == Verbs::kStream ? "Allow: GET, HEAD, OPTIONS" : "Allow: GET, HEAD, POST, OPTIONS";
 }
 
+// A device that plays a stream, such as one that a page casts to, asks from an origin of its own. It proves
+// itself by what stands in the address, never by a cookie, so any origin may read the answers.
+bool MayComeFromAnyOrigin(const Request& request) {
+  return request.Get("api") == "CRVN.Kinora2.Stream" && request.Get("method") == "stream";
+}
+
+// The lines that the streamers write into the answers that they give themselves, for all others.
+void AllowAnyOrigin(Answer& answer) {
+  answer.headers.insert(answer.headers.end(),
+                        {"Access-Control-Allow-Origin: *", "Access-Control-Allow-Methods: GET",
+                         "Access-Control-Allow-Headers: origin, x-requested-with, content-type, range"});
+}
+
 Answer RefusedVerb(const char* allow) {
   Answer answer = ErrorAnswer(kMalformedRequest, "Not with this HTTP method", 405);
   answer.headers.emplace_back(allow);
   return answer;
 }
 
-// A device that plays streams from elsewhere asks first whether it may. It proves itself by what stands in
-// the address, never by a cookie, so any origin may.
 Answer PreflightAnswer(const Request& request) {
-  Answer answer{204, {"Allow: GET, HEAD, POST, OPTIONS"}, {}};
-  if (request.Get("api") == "CRVN.Kinora2.Stream" && request.Get("method") == "stream") {
-    answer.headers = {"Allow: GET, HEAD, OPTIONS", "Access-Control-Allow-Origin: *",
-                      "Access-Control-Allow-Methods: GET",
-                      "Access-Control-Allow-Headers: origin, x-requested-with, content-type, range"};
-  }
-  return answer;
+  const bool stream = MayComeFromAnyOrigin(request);
+  return {204, {stream ? AllowedVerbs(Verbs::kStream) : "Allow: GET, HEAD, POST, OPTIONS"}, {}};
 }
 
 // The one place where it is decided whether somebody may call a method. Throws Error.
@@ -89,6 +95,24 @@ std::optional<Answer> Call(const Request& request, const system::Settings& setti
   return method.handler(context);
 }
 
+std::optional<Answer> CallOrRefuse(const Request& request, const system::Settings& settings) {
+  try {
+    return Call(request, settings);
+  } catch (const Malformed& error) {
+    Log(LOG_WARNING, kUnit, std::string("malformed request: ") + error.what());
+    return ErrorAnswer(kMalformedRequest, error.what());
+  } catch (const Error& error) {
+    Log(LOG_NOTICE, kUnit, "refused with " + std::to_string(error.Code()) + ": " + error.Message());
+    return ErrorAnswer(error.Code(), error.Message());
+  } catch (const LibKinora::db::Failure& error) {
+    Log(LOG_ERR, kUnit, std::string("the database cannot answer: ") + error.what());
+    return ErrorAnswer(kServiceFailure, "The database cannot answer", 503);
+  } catch (const std::exception& error) {
+    Log(LOG_ERR, kUnit, std::string("unexpected failure: ") + error.what());
+    return ErrorAnswer(kServiceFailure, "Internal failure");
+  }
+}
+
 }  // namespace
 
 const Method& FindMethod(const std::vector<Method>& methods, std::string_view api, std::string_view name,
@@ -109,21 +133,9 @@ bool TakesVerb(const Method& method, std::string_view verb) {
 }
 
 std::optional<Answer> Dispatch(const Request& request, const system::Settings& settings) {
-  try {
-    return Call(request, settings);
-  } catch (const Malformed& error) {
-    Log(LOG_WARNING, kUnit, std::string("malformed request: ") + error.what());
-    return ErrorAnswer(kMalformedRequest, error.what());
-  } catch (const Error& error) {
-    Log(LOG_NOTICE, kUnit, "refused with " + std::to_string(error.Code()) + ": " + error.Message());
-    return ErrorAnswer(error.Code(), error.Message());
-  } catch (const LibKinora::db::Failure& error) {
-    Log(LOG_ERR, kUnit, std::string("the database cannot answer: ") + error.what());
-    return ErrorAnswer(kServiceFailure, "The database cannot answer", 503);
-  } catch (const std::exception& error) {
-    Log(LOG_ERR, kUnit, std::string("unexpected failure: ") + error.what());
-    return ErrorAnswer(kServiceFailure, "Internal failure");
-  }
+  std::optional<Answer> answer = CallOrRefuse(request, settings);
+  if (answer && MayComeFromAnyOrigin(request)) AllowAnyOrigin(*answer);
+  return answer;
 }
 
 }  // namespace kinora::entry

@@ -1,36 +1,42 @@
 #include "entry/failed_stream.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-
-#include "platform/base/descriptor.h"
-
 namespace kinora::entry {
 namespace {
 
-Answer NotThere() { return ErrorAnswer(kNotFound, "The video is not there any more"); }
+struct Row {
+  bool StreamFaults::*fault;
+  ErrorCode code;
+  int status;
+  const char* message;
+  const char* retry;  // a header line, or none
+};
 
-std::string SourceOf(const std::string& record) {
-  const base::Descriptor file(open(record.c_str(), O_RDONLY | O_CLOEXEC));
-  char path[2048];
-  const ssize_t length = file ? read(file.Get(), path, sizeof path) : 0;
-  return length > 0 ? std::string(path, static_cast<size_t>(length)) : std::string();
-}
+constexpr char kRetrySoon[] = "Retry-After: 5";
+constexpr char kRetryLater[] = "Retry-After: 60";
+
+constexpr Row kRows[] = {
+    {&StreamFaults::stream_gone, kNotFound, 404, "No such stream", nullptr},
+    {&StreamFaults::source_gone, kNotFound, 404, "The video is not there any more", nullptr},
+    {&StreamFaults::source_replaced, kServiceFailure, 409, "The video has been replaced", nullptr},
+    {&StreamFaults::source_unreadable, kServiceFailure, 409, "The video cannot be read", nullptr},
+    {&StreamFaults::part_unknown, kNotFound, 404, "The stream has no such part", nullptr},
+    {&StreamFaults::exhausted, kServiceFailure, 503, "The machine is too busy", kRetrySoon},
+    {&StreamFaults::volume_full, crvnkn::webapi::kErrorVolumeSpace, 503, "No space is left for the stream",
+     kRetryLater},
+    {&StreamFaults::jobs_taken, kServiceFailure, 503, "As many videos are being converted as may be at once",
+     kRetrySoon},
+};
 
 }  // namespace
 
-Answer FailedStreamAnswer(const std::string& record) {
-  const std::string source = SourceOf(record);
-  if (source.empty()) return NotThere();
-  const base::Descriptor file(open(source.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-  if (file) return ErrorAnswer(kServiceFailure, "The stream cannot be served");
-  if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP) return NotThere();
-  if (errno == EMFILE || errno == ENFILE || errno == ENOMEM) {
-    return ErrorAnswer(kServiceFailure, "The machine is too busy", 503);
+Answer FailedStreamAnswer(const StreamFaults& faults) {
+  for (const Row& row : kRows) {
+    if (!(faults.*row.fault)) continue;
+    Answer answer = ErrorAnswer(row.code, row.message, row.status);
+    if (row.retry != nullptr) answer.headers.emplace_back(row.retry);
+    return answer;
   }
-  return ErrorAnswer(kServiceFailure, "The video cannot be read", 409);
+  return ErrorAnswer(kServiceFailure, "The stream cannot be served");
 }
 
 }  // namespace kinora::entry

@@ -1,14 +1,27 @@
-// The end of an answer that a streamer could not give.
+// The answer in place of one that a streamer could not give.
+//
+// A streamer says no more than that it failed. Why is found out afterwards, by looking at what the stream
+// needs.
 #pragma once
-
-#include <string>
 
 #include "entry/answer.h"
 
 namespace kinora::entry {
 
-// What to say when Streamer::Stream gave false and only header lines were written: they stay, this completes
-// them. `record` is the stream's file that holds the source's path.
-Answer FailedStreamAnswer(const std::string& record);
+// What is wrong with a stream; several can be.
+struct StreamFaults {
+  bool stream_gone = false;        // it was closed or swept, or its records cannot be read
+  bool source_gone = false;        // there is no such file any more
+  bool source_replaced = false;    // its name belongs to another file now, or its content has changed
+  bool source_unreadable = false;  // it is there, and may not be read
+  bool part_unknown = false;       // the stream has no such playlist or fragment
+  bool exhausted = false;          // no descriptors, no memory
+  bool volume_full = false;        // below the stream's folder
+  bool jobs_taken = false;         // the stream needs an encoder, and no more may be started
+};
+
+// The first fault in the order of the fields that is there decides; without one the failure is ours. What
+// passes by itself is answered with 503 and "Retry-After".
+Answer FailedStreamAnswer(const StreamFaults& faults);
 
 }  // namespace kinora::entry

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "contract/system/file_output.h"
-#include "entry/header_watch.h"
+#include "entry/header_hold.h"
 #include "entry/numbers.h"
 #include "library/video.h"
 #include "platform/engine/picture_cache.h"
@@ -28,11 +28,11 @@ std::optional<Answer> SendPicture(Context& context) {
 
   const std::optional<std::string> picture = engine::PictureOf(path, width);
   if (!picture || access(picture->c_str(), R_OK) != 0) throw Error(kNotFound, "No picture");
-  const HeaderWatch& watch = WatchStandardOutput();
+  const HeaderHold& hold = HoldStandardOutput();
   std::fputs("Cache-Control: private, max-age=3600\r\nX-Content-Type-Options: nosniff\r\n", stdout);
   const bool sent = HTTPFileOutputer::Output(picture->c_str(), "image/jpeg") == 0;
   std::fflush(stdout);
-  if (!sent && !watch.Complete()) throw Error(kNotFound, "No picture");
+  if (!sent && !hold.Complete()) throw Error(kNotFound, "No picture");
   return std::nullopt;
 }
 

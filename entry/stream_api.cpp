@@ -3,59 +3,26 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <memory>
 
 #include "entry/failed_stream.h"
-#include "entry/header_watch.h"
+#include "entry/header_hold.h"
 #include "entry/log.h"
 #include "entry/numbers.h"
+#include "entry/stream_faults.h"
+#include "entry/stream_opening.h"
 #include "entry/stream_owner.h"
+#include "entry/stream_parameters.h"
 #include "library/video.h"
-#include "library/vte/stream_initer.h"
 #include "library/vte/streamer_dispatch.h"
 
 namespace kinora::entry {
 namespace {
 
-using crvnkn::webapi::vte::OpenArgument;
 using crvnkn::webapi::vte::Streamer;
 
 constexpr char kUnit[] = "entry/stream_api";
-constexpr char kPath[] = "/webapi/entry.cgi";
-constexpr char kApi[] = "CRVN.Kinora2.Stream";
-
-// Names such as "hd_high": nothing that a path, a program's argument or a header could take for more.
-std::string WordParameter(const Request& request, const char* name) {
-  const std::string& word = request.Get(name);
-  const bool fits =
-      word.size() <= 32 && std::all_of(word.begin(), word.end(), [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-      });
-  if (!fits) throw Error(crvnkn::webapi::kErrorBadParameter, std::string("Bad parameter ") + name);
-  return word;
-}
-
-std::string FormatsParameter(const Request& request) {
-  const std::string& formats = request.Get("format");
-  const bool fits = formats.size() <= 64 && std::all_of(formats.begin(), formats.end(), [](char c) {
-                      return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ',';
-                    });
-  if (!fits) throw Error(crvnkn::webapi::kErrorBadParameter, "Bad parameter format");
-  return formats.empty() ? "auto" : formats;
-}
-
-// A number is a track of the file.
-std::string TrackParameter(const Request& request, const char* name) {
-  const std::string& track = request.Get(name);
-  if (!track.empty()) NumberParameter(request, name, 0, 9999);
-  return track;
-}
-
-std::string SubtitleParameter(const Request& request) {
-  return request.Get("subtitle_id") == "DLNA" ? "DLNA" : TrackParameter(request, "subtitle_id");
-}
 
 std::unique_ptr<Streamer> MakeStreamer(const std::string& id, const std::string& format) {
   if (!IsStreamId(id)) throw Error(kNotFound, "No such stream");
@@ -86,60 +53,49 @@ void RecordOwnerOrClose(const std::string& id, const std::string& format, int ac
   }
 }
 
-}  // namespace
-
-OpenArgument MakeOpenArgument(const Context& context) {
-  const Request& request = context.GetRequest();
-  OpenArgument argument;
-  argument.id = static_cast<int32_t>(NumberParameter(request, "id", 1, INT32_MAX));
-  argument.format = FormatsParameter(request);
-  argument.audio_track = TrackParameter(request, "audio_track");
-  argument.host_prefix = request.scheme + "://" + request.host;
-  argument.cgi_path = kPath;
-  argument.api = kApi;
-  argument.profile = WordParameter(request, "profile");
-  argument.client = WordParameter(request, "client");
-  argument.subtitle_id = SubtitleParameter(request);
-  argument.token = context.session.token;
-  argument.sid = context.session.sid;
-  argument.audio_format = WordParameter(request, "audio_format");
-  argument.uid = context.account.id;
-  return argument;
+// Whether a player may keep what it gets. Playlists hold the session's id; a fragment stays what it is.
+const char* CacheControl(const std::string& type, const std::string& fragment) {
+  if (type == "RAW") return "private";
+  return fragment.empty() ? "no-store" : "private, max-age=300";
 }
 
+}  // namespace
+
 std::optional<Answer> OpenStream(Context& context) {
-  OpenArgument argument = MakeOpenArgument(context);
+  crvnkn::webapi::vte::OpenArgument argument = MakeOpenArgument(context);
   context.CloseStore();
   crvnkn::webapi::AssertVideoAllowed(argument.id, static_cast<unsigned int>(context.account.id),
                                      context.GetRequest().Get("pin"));
   argument.CheckFilePath();
-  crvnkn::webapi::vte::StreamIniter initer(argument);
-  initer.LegacyProcess();
-  RecordOwnerOrClose(initer.stream_id, initer.stream_format, context.account.id);
+  const crvnkn::webapi::vte::StreamIniter opened = OpenInFormat(argument);
+  RecordOwnerOrClose(opened.stream_id, opened.stream_format, context.account.id);
 
   Json::Value result;
-  result["stream_id"] = initer.stream_id;
-  result["format"] = initer.stream_format;
+  result["stream_id"] = opened.stream_id;
+  result["format"] = opened.stream_format;
   return ResultAnswer(result);
 }
 
 std::optional<Answer> SendStream(Context& context) {
   const Request& request = context.GetRequest();
   const std::unique_ptr<Streamer> streamer = OwnStreamer(context);
-  streamer->SetFragmentID(WordParameter(request, "fragment"));
+  const std::string fragment = WordParameter(request, "fragment");
+  streamer->SetFragmentID(fragment);
   streamer->SetPlaylistType(WordParameter(request, "playlist"));
   streamer->SetSubtitleID(SubtitleParameter(request));
   streamer->SetSeekTime(static_cast<unsigned long>(NumberParameter(request, "seek", 0, INT32_MAX, 0)));
   context.CloseStore();
-  alarm(0);  // from here on the answer lasts as long as the viewer watches
 
-  const HeaderWatch& watch = WatchStandardOutput();
+  // The time limit holds for making what was asked for. Once it goes out, the answer lasts as long as the
+  // viewer takes it.
+  const HeaderHold& hold = HoldStandardOutput([] { alarm(0); });
+  std::printf("Cache-Control: %s\r\n", CacheControl(streamer->GetStreamTypeString(), fragment));
   const bool served = streamer->Stream();
   std::fflush(stdout);
   // Once a body has begun nothing can be mended: it ends short of its announced length, and the client
   // notices.
-  if (served || watch.Complete()) return std::nullopt;
-  return FailedStreamAnswer(streamer->GetPathSourceFile());
+  if (served || hold.Complete()) return std::nullopt;
+  return FailedStreamAnswer(FindRawFaults(streamer->GetPathSourceFile()));
 }
 
 std::optional<Answer> CloseStream(Context& context) {

@@ -60,6 +60,33 @@ TEST(TakesVerb, LetsNothingBeChangedByGet) {
   for (const Case& c : kCases) EXPECT_EQ(TakesVerb(with(c.verbs), c.verb), c.expected) << c.verb;
 }
 
+TEST(Dispatch, LetsAnyOriginReadWhatTheStreamMethodAnswers) {
+  const std::vector<std::string> kLines = {
+      "Access-Control-Allow-Origin: *", "Access-Control-Allow-Methods: GET",
+      "Access-Control-Allow-Headers: origin, x-requested-with, content-type, range"};
+  const auto lines = [](const Request& request) {
+    std::vector<std::string> found;
+    const std::optional<Answer> answer = Dispatch(request, {});
+    for (const std::string& line : answer->headers) {
+      if (line.starts_with("Access-Control-")) found.push_back(line);
+    }
+    return found;
+  };
+  Form stream = {{"api", "CRVN.Kinora2.Stream"}, {"version", "1"}, {"method", "stream"}};
+  for (const char* verb : {"GET", "HEAD", "OPTIONS", "POST", "PUT"}) {
+    EXPECT_EQ(lines(Ask(verb, stream)), kLines) << verb;
+  }
+  stream["version"] = "2";
+  EXPECT_EQ(lines(Ask("GET", stream)), kLines);
+  stream["version"] = "1";
+  for (const char* method : {"open", "close", "", "Stream"}) {
+    stream["method"] = method;
+    for (const char* verb : {"GET", "POST", "OPTIONS"}) {
+      EXPECT_EQ(lines(Ask(verb, stream)).size(), 0U) << method;
+    }
+  }
+}
+
 TEST(Dispatch, DecidesBeforeItOpensTheDatabase) {
   const kinora::system::Settings settings;
   Request foreign = Ask("GET", {});

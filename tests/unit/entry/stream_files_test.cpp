@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "entry/failed_stream.h"
+#include "entry/stream_faults.h"
 #include "entry/stream_owner.h"
 
 using namespace kinora::entry;
@@ -25,17 +25,17 @@ class StreamFiles : public testing::Test {
   void Write(const std::string& name, const std::string& text) const {
     std::ofstream(folder_ / name) << text;
   }
-  // The status for a stream whose record names this film.
-  int StatusFor(const std::string& film) const {
+  // What is wrong with a stream whose record names this film.
+  StreamFaults FaultsFor(const std::string& film) const {
     Write("filepath", film);
-    return FailedStreamAnswer(folder_ / "filepath").status;
+    return FindRawFaults(folder_ / "filepath");
   }
 
   fs::path folder_;
 };
 
 using StreamOwner = StreamFiles;
-using FailedStream = StreamFiles;
+using RawFaults = StreamFiles;
 
 }  // namespace
 
@@ -73,16 +73,18 @@ TEST_F(StreamOwner, ThatCannotBeRecordedIsAnError) {
   EXPECT_THROW(RecordOwner(folder_ / "missing", 7), std::system_error);
 }
 
-TEST_F(FailedStream, SaysThatTheFilmIsGone) {
-  EXPECT_EQ(FailedStreamAnswer(folder_ / "no record").status, 404);
-  EXPECT_EQ(StatusFor(""), 404);
-  EXPECT_EQ(StatusFor(folder_ / "missing"), 404);
-  EXPECT_EQ(StatusFor(folder_ / "filepath/below a file"), 404);
+TEST_F(RawFaults, TellAGoneStreamFromAGoneFilm) {
+  EXPECT_TRUE(FindRawFaults(folder_ / "no record").stream_gone);
+  EXPECT_TRUE(FaultsFor("").stream_gone);
   fs::create_symlink(folder_ / "loop", folder_ / "loop");
-  EXPECT_EQ(StatusFor(folder_ / "loop"), 404);
+  for (const char* film : {"missing", "filepath/below a file", "loop"}) {
+    const StreamFaults faults = FaultsFor(folder_ / film);
+    EXPECT_TRUE(faults.source_gone) << film;
+    EXPECT_FALSE(faults.stream_gone || faults.source_unreadable || faults.exhausted) << film;
+  }
 }
 
-TEST_F(FailedStream, SaysThatTheFilmCannotBeRead) {
+TEST_F(RawFaults, SayThatTheFilmCannotBeRead) {
   constexpr uid_t kNobody = 65534;
   Write("film", "bytes");
   Write("filepath", folder_ / "film");
@@ -90,12 +92,13 @@ TEST_F(FailedStream, SaysThatTheFilmCannotBeRead) {
   fs::permissions(folder_ / "film", fs::perms::none);
   const bool root = geteuid() == 0;  // reads everything
   if (root && seteuid(kNobody) != 0) GTEST_SKIP() << "one identity only";
-  const int status = FailedStreamAnswer(folder_ / "filepath").status;
+  const StreamFaults faults = FindRawFaults(folder_ / "filepath");
   ASSERT_EQ(seteuid(root ? 0 : geteuid()), 0);
-  EXPECT_EQ(status, 409);
+  EXPECT_TRUE(faults.source_unreadable);
 }
 
-TEST_F(FailedStream, IsOurOwnFailureWhereTheFilmIsWell) {
+TEST_F(RawFaults, AreNoneWhereTheFilmIsWell) {
   Write("film", "bytes");
-  EXPECT_EQ(StatusFor(folder_ / "film"), 500);
+  const StreamFaults faults = FaultsFor(folder_ / "film");
+  EXPECT_FALSE(faults.stream_gone || faults.source_gone || faults.source_unreadable || faults.exhausted);
 }

@@ -20,7 +20,9 @@ class HttpLiveStream : public AdaptStream {
   // Plans the whole stream and writes its playlists; no fragment is made yet. With a profile for remuxing the
   // video is copied, else encoded.
   //   stream_url    object with "url" and the query parameters ("api", "method", "_sid", ...) from which
-  //                 every address in the playlists is made; "playlist", "fragment" and "id" are added to it
+  //                 every address in the playlists is made; "playlist", "fragment" and "id" are added to it,
+  //                 and to a fragment's, as the very last, "name" with a value such as "12.ts": ffmpeg and
+  //                 the players built on it refuse a fragment whose address ends otherwise
   //   subtitle_url  the same for the subtitle web API
   //   audio_track   VideoMetaData's id of the track to be heard first; empty: the file's first
   //   audio_format  empty: what suits; "ac3_copy": AC-3 goes through unchanged; "aac", "mp3": encoded to it

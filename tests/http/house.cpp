@@ -222,7 +222,7 @@ Reply House::Raw(const std::string& bytes) const {
   return connection.ReadReply();
 }
 
-Reply House::Send(const Call& call) const { return Raw(Wire(call)); }
+Reply House::Send(const Call& call) const { return Raw(Wire(call, "127.0.0.1:" + std::to_string(port_))); }
 
 SignedIn House::SignIn(const std::string& name) const {
   const Reply reply = Send({"Session", "sign_in", {{"user", name}, {"password", PasswordOf(name)}}, "POST"});

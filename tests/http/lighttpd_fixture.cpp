@@ -134,7 +134,7 @@ Connection::Connection(int port) : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   address.sin_port = htons(static_cast<uint16_t>(port));
-  const timeval limit{20, 0};
+  const timeval limit{60, 0};
   ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
   Require(::connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0, "cannot connect");
 }

@@ -54,7 +54,7 @@ class Connection {
   Connection& operator=(const Connection&) = delete;
 
   void Send(const std::string& bytes);
-  // At least so many bytes, fewer when the other side ends or says nothing for 20 seconds.
+  // At least so many bytes, fewer when the other side ends or says nothing for 60 seconds.
   std::string ReadAtLeast(size_t size);
   // Everything to the end of the connection.
   Reply ReadReply();

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "entry/client_watch.h"
 #include "entry/failed_stream.h"
 #include "entry/header_hold.h"
 #include "entry/log.h"
@@ -86,15 +87,20 @@ std::optional<Answer> SendStream(Context& context) {
   streamer->SetSeekTime(static_cast<unsigned long>(NumberParameter(request, "seek", 0, INT32_MAX, 0)));
   context.CloseStore();
 
-  // The time limit holds for making what was asked for. Once it goes out, the answer lasts as long as the
-  // viewer takes it.
-  const HeaderHold& hold = HoldStandardOutput([] { alarm(0); });
+  // The time limit holds for making what was asked for, and so does the client's patience. Once it goes out,
+  // the answer lasts as long as the viewer takes it.
+  EndWithClient();
+  const HeaderHold& hold = HoldStandardOutput([] {
+    alarm(0);
+    OutliveClient();
+  });
   std::printf("Cache-Control: %s\r\n", CacheControl(streamer->GetStreamTypeString(), fragment));
   const bool served = streamer->Stream();
   std::fflush(stdout);
   // Once a body has begun nothing can be mended: it ends short of its announced length, and the client
   // notices.
   if (served || hold.Complete()) return std::nullopt;
+  OutliveClient();
   return FailedStreamAnswer(FindRawFaults(streamer->GetPathSourceFile()));
 }
 

@@ -1,0 +1,16 @@
+// Ending this process when its client goes away before it has been answered.
+//
+// Players that seek drop requests for fragments that are still being made. Nobody would take what the process
+// waits for, and it may end at any moment without harm.
+#pragma once
+
+namespace kinora::entry {
+
+// From here on this process ends as soon as nobody holds the other end of standard output (a socket or a
+// pipe). It must not wait in a way that a signal without consequence would spoil.
+void EndWithClient();
+
+// No longer: a client that leaves while it is being answered is noticed by writing to it.
+void OutliveClient();
+
+}  // namespace kinora::entry

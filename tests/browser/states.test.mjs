@@ -160,8 +160,12 @@ test("Library.LoadsMoreByButtonAndByScrolling", async () => {
 });
 
 const kRefusals = [
-  [100, "This film can’t be played yet"],
-  [1211, "This film can’t be played yet"],
+  [100, "This film can’t be played"],
+  [1200, "Converting is switched off"],
+  [1202, "The server is converting something else"],
+  [1206, "The server has too little memory"],
+  [1208, "This film’s picture is too large to convert"],
+  [1211, "This film can’t be played"],
   [1212, "The stream could not be started"],
   [1203, "The server’s disk is full"],
   [1101, "This film is not in the library any more"],

@@ -1,12 +1,19 @@
 // One film on one video element: opens its stream, takes it up again where it broke off, closes it in the end.
-import { Unreachable, type WebApi } from "./api.ts";
+import { kNotSignedIn, Refusal, Unreachable, type WebApi } from "./api.ts";
+import type { AudioTrack } from "./audio_tracks.ts";
+import { remedyFor, willPass, type Breakage } from "./breakage.ts";
+import { kOriginal, wayFor, type Quality } from "./quality.ts";
 import { Recovery, type Break } from "./recovery.ts";
-import { askForStream, closeStream, mediaAddress, openStream, type Stream } from "./stream.ts";
+import { sourceFor, type Source } from "./source.ts";
+import { closeStream, openStream, type Stream } from "./stream.ts";
 
 export type Failure =
   | { why: "open"; error: unknown } // the server refused to start it, or did not answer
   | { why: "lost" } // it broke off and could not be taken up again
   | { why: "format" }; // the browser can't play what the server sends
+
+// Why loading stands still: the server does not answer, or has no encoder free.
+export type Trouble = "server" | "encoders";
 
 export interface PlaybackEvents {
   // The PIN for a locked film; undefined when the viewer gave up. Called on codes 1400 and 1401.
@@ -14,21 +21,31 @@ export interface PlaybackEvents {
   busy: () => void; // opening, or mending
   ready: () => void; // length and size of the picture are known
   blocked: () => void; // the browser wants a click before it plays
+  trouble: (trouble: Trouble | undefined) => void; // undefined: it goes on
+  converting: () => void; // the browser can't play the film as it is
+  refused: (quality: Quality) => void; // the film goes on as it is
+  tracks: (tracks: readonly AudioTrack[], chosen: number) => void;
   failed: (failure: Failure) => void;
 }
 
 const kPinMissing = 1400;
 const kPinWrong = 1401;
+// Refusals that another quality would meet with, too.
+const kOfTheFilm = new Set([kNotSignedIn, 101, 105, 128, 1101, kPinMissing, kPinWrong]);
 
 function refusedFor(error: unknown, code: number): boolean {
-  return error instanceof Error && "code" in error && error.code === code;
+  return error instanceof Refusal && error.code === code;
 }
 
 export class Playback {
   private stream: Stream | undefined;
+  private source: Source | undefined;
+  private tracks: readonly AudioTrack[] = [];
+  private track: AudioTrack | undefined; // the viewer's choice
   private position = 0;
   private wanted = true; // to run, not to stand still
   private had_picture = false;
+  private converted = false; // the browser can't play the film as it is
   private pin: string | undefined;
   private generation = 0; // tells answers to an earlier opening from the present one's
   private pause: ReturnType<typeof setTimeout> | undefined;
@@ -38,19 +55,25 @@ export class Playback {
     private readonly api: WebApi,
     private readonly video: HTMLVideoElement,
     private readonly film: number,
+    private quality: Quality,
     private readonly on: PlaybackEvents,
   ) {
     video.addEventListener("loadedmetadata", () => this.begin());
     video.addEventListener("timeupdate", () => this.moved());
-    video.addEventListener("seeking", () => (this.position = video.currentTime));
+    video.addEventListener("seeking", () => this.sought());
     video.addEventListener("play", () => this.willed(true));
     video.addEventListener("pause", () => this.willed(false));
-    video.addEventListener("error", () => void this.broke());
+    video.addEventListener("error", () => this.source?.failed());
   }
 
   // Seconds into the film, also while the stream is being opened anew.
   get at(): number {
     return this.position;
+  }
+
+  // "raw", "hls" or "hls_remux"; nothing while no stream is open.
+  get format(): string | undefined {
+    return this.stream?.format;
   }
 
   async open(at: number, wanted = true): Promise<void> {
@@ -67,29 +90,38 @@ export class Playback {
       }
       this.stream = stream;
       this.had_picture = false;
-      this.video.src = mediaAddress(stream);
+      await this.feed(stream, own);
     } catch (error) {
-      if (own !== this.generation) return;
-      if (error instanceof Unreachable) this.mend("server", { why: "open", error });
-      else this.on.failed({ why: "open", error });
+      if (own === this.generation) this.unopened(error);
     }
   }
 
   // By the viewer's own wish: all attempts are there again.
   again(): void {
     this.recovery.forget();
-    void this.open(this.position);
+    void this.open(this.position, this.wanted);
+  }
+
+  // Goes on at the same position in another quality.
+  changeQuality(quality: Quality): void {
+    this.quality = quality;
+    this.recovery.forget();
+    void this.open(this.position, this.wanted);
+  }
+
+  chooseTrack(track: number): void {
+    this.track = this.tracks[track];
+    this.source?.choose(track);
   }
 
   // The film is left, or the whole page is: works while the page goes away.
   close(): void {
     this.generation += 1;
     clearTimeout(this.pause);
-    if (!this.stream) return;
-    closeStream(this.api, this.stream);
+    this.source?.stop();
+    this.source = undefined;
+    if (this.stream) closeStream(this.api, this.stream);
     this.stream = undefined;
-    this.video.removeAttribute("src");
-    this.video.load();
   }
 
   // The page came back from the browser's memory.
@@ -97,10 +129,16 @@ export class Playback {
     if (!this.stream) void this.open(this.position, this.wanted);
   }
 
+  run(): void {
+    this.video.play().catch((error: unknown) => {
+      if (error instanceof DOMException && error.name === "NotAllowedError") this.on.blocked();
+    });
+  }
+
   private async openUnlocked(): Promise<Stream> {
     for (;;) {
       try {
-        return await openStream(this.api, this.film, this.pin);
+        return await openStream(this.api, this.film, wayFor(this.quality, this.converted), this.pin);
       } catch (error) {
         const wrong = refusedFor(error, kPinWrong);
         if (!wrong && !refusedFor(error, kPinMissing)) throw error;
@@ -111,24 +149,47 @@ export class Playback {
     }
   }
 
+  private async feed(stream: Stream, own: number): Promise<void> {
+    const start = await sourceFor(stream).catch(() => {
+      throw new Unreachable("the player's program was not sent");
+    });
+    if (own !== this.generation) return;
+    this.source = start(this.video, { at: this.position, track: this.track }, {
+      broke: (breakage) => own === this.generation && this.broke(stream, breakage),
+      trouble: (status) => this.troubled(status),
+      tracks: (tracks, chosen) => this.heard(tracks, chosen),
+    });
+  }
+
+  private unopened(error: unknown): void {
+    if (error instanceof Unreachable) {
+      this.mend("server", { why: "open", error });
+    } else if (this.quality !== kOriginal && error instanceof Refusal && !kOfTheFilm.has(error.code)) {
+      this.on.refused(this.quality);
+      this.changeQuality(kOriginal);
+    } else {
+      this.on.failed({ why: "open", error });
+    }
+  }
+
   private begin(): void {
     const { video } = this;
     this.had_picture = true;
-    if (this.position > 0) video.currentTime = Math.min(this.position, Math.max(0, video.duration - 1));
+    const last = Number.isFinite(video.duration) ? Math.max(0, video.duration - 1) : this.position;
+    if (this.position > 0) video.currentTime = Math.min(this.position, last);
     this.recovery.resumed(this.position);
+    this.on.trouble(undefined);
     this.on.ready();
     if (this.wanted) this.run();
-  }
-
-  run(): void {
-    this.video.play().catch((error: unknown) => {
-      if (error instanceof DOMException && error.name === "NotAllowedError") this.on.blocked();
-    });
   }
 
   // A film that breaks off or is taken away stops, too, but nobody wanted that.
   private willed(running: boolean): void {
     if (this.stream && !this.video.error && this.video.readyState > 0) this.wanted = running;
+  }
+
+  private sought(): void {
+    if (this.had_picture && this.stream) this.position = this.video.currentTime;
   }
 
   private moved(): void {
@@ -137,15 +198,32 @@ export class Playback {
     this.recovery.reached(this.position);
   }
 
-  private async broke(): Promise<void> {
-    const { stream, generation } = this;
-    if (!stream) return;
+  private heard(tracks: readonly AudioTrack[], chosen: number): void {
+    this.tracks = tracks;
+    this.on.tracks(tracks, chosen);
+  }
+
+  private troubled(status: number | undefined): void {
+    if (status === undefined) this.on.trouble(undefined);
+    else if (willPass(status)) this.on.trouble(status === 503 ? "encoders" : "server");
+  }
+
+  private broke(stream: Stream, breakage: Breakage): void {
+    const remedy = remedyFor(breakage, { format: stream.format, played: this.had_picture });
     this.on.busy();
-    const verdict = await askForStream(stream);
-    if (generation !== this.generation) return;
-    if (verdict === "served" && !this.had_picture) this.on.failed({ why: "format" });
-    else if (verdict === "unreachable") this.mend("server", { why: "lost" });
-    else this.mend("stream", { why: "lost" });
+    if (remedy === "wait") this.mend("server", { why: "lost" });
+    else if (remedy === "reopen") this.mend("stream", { why: "lost" });
+    else if (remedy === "convert") this.convert();
+    else this.on.failed({ why: "format" });
+  }
+
+  // For pictures that the browser leaves out, although it plays the rest. false: they were converted already.
+  convert(): boolean {
+    if (this.stream?.format === "hls") return false;
+    this.converted = true;
+    this.on.converting();
+    void this.open(this.position, this.wanted);
+    return true;
   }
 
   private mend(kind: Break, otherwise: Failure): void {
@@ -155,6 +233,8 @@ export class Playback {
       return;
     }
     this.on.busy();
+    if (kind === "server") this.on.trouble("server");
+    clearTimeout(this.pause);
     this.pause = setTimeout(() => void this.open(this.position, this.wanted), pause);
   }
 }

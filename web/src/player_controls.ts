@@ -1,8 +1,11 @@
 // The player's buttons and its time line; they show what the video element does and ask the player to act.
+import { nameTracks, type AudioTrack } from "./audio_tracks.ts";
 import { h } from "./dom.ts";
 import { formatTime } from "./format.ts";
 import { changeIcon, icon, type IconName } from "./icons.ts";
+import { Menu } from "./menu.ts";
 import type { PlayerAction } from "./player_keys.ts";
+import { kQualities, type Quality } from "./quality.ts";
 import { SeekBar } from "./seek_bar.ts";
 
 const kSmallStep = 10;
@@ -21,6 +24,16 @@ export class PlayerControls {
     "aria-label": "Volume",
     oninput: () => this.on.volume(Number(this.volume.value) / 100),
   });
+  private readonly sound = new Menu(
+    { icon: "voice", label: "Sound", key: "a" },
+    (index) => this.on.track(index),
+    () => this.on.menu(),
+  );
+  private readonly quality = new Menu(
+    { icon: "quality", label: "Quality", key: "q" },
+    (index) => this.on.quality(kQualities[index] as Quality),
+    () => this.on.menu(),
+  );
   private readonly seek: SeekBar;
   readonly element: HTMLElement;
 
@@ -30,6 +43,9 @@ export class PlayerControls {
       act: (action: PlayerAction) => void;
       seek: (seconds: number) => void;
       volume: (volume: number) => void;
+      track: (index: number) => void;
+      quality: (quality: Quality) => void;
+      menu: () => void; // one was opened or closed
     },
   ) {
     this.seek = new SeekBar(on.seek, (seconds) => this.showTime(seconds));
@@ -46,6 +62,8 @@ export class PlayerControls {
         h("div", { class: "volume" }, this.mute, this.volume),
         this.time,
         h("span", { class: "spring" }),
+        this.sound.element,
+        this.quality.element,
         this.button("help", "Keys", { name: "help" }, "?"),
         this.full,
       ),
@@ -58,6 +76,32 @@ export class PlayerControls {
     }
     this.showPosition();
     this.showState();
+    this.showTracks([], 0);
+  }
+
+  get menuIsOpen(): boolean {
+    return this.sound.isOpen || this.quality.isOpen;
+  }
+
+  closeMenus(): void {
+    this.sound.close();
+    this.quality.close();
+  }
+
+  // Only one of them at a time.
+  toggleMenu(which: "sound" | "quality"): void {
+    this[which === "sound" ? "quality" : "sound"].close();
+    this[which].toggle();
+  }
+
+  showTracks(tracks: readonly AudioTrack[], chosen: number): void {
+    this.sound.offer(nameTracks(tracks), chosen);
+  }
+
+  // `original`: how the film comes when nothing else is chosen.
+  showQuality(quality: Quality, original: string): void {
+    const choices = kQualities.map(({ label, detail }, index) => ({ label, detail: index === 0 ? original : detail }));
+    this.quality.offer(choices, kQualities.indexOf(quality));
   }
 
   showFullscreen(is_full: boolean): void {

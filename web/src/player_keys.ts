@@ -1,7 +1,7 @@
 // The player's keys.
 
 export type PlayerAction =
-  | { name: "toggle" | "mute" | "fullscreen" | "help" | "leave" }
+  | { name: "toggle" | "mute" | "fullscreen" | "sound" | "quality" | "help" | "leave" }
   | { name: "skip"; seconds: number }
   | { name: "jump"; share: number } // of the whole film, 0 to 1
   | { name: "louder"; by: number }; // of full volume
@@ -27,6 +27,8 @@ const kActions = new Map<string, PlayerAction>(
     End: { name: "jump", share: 1 },
     m: { name: "mute" },
     f: { name: "fullscreen" },
+    a: { name: "sound" },
+    q: { name: "quality" },
     "?": { name: "help" },
     Escape: { name: "leave" },
   }),

@@ -12,9 +12,11 @@ import { Playback, type Failure } from "./playback.ts";
 import { PlayerControls } from "./player_controls.ts";
 import { playerAction, type PlayerAction } from "./player_keys.ts";
 import type { PositionStore } from "./positions.ts";
+import { kOriginal, lastQuality, saveQuality, type Quality } from "./quality.ts";
 import { watchSurface, type SurfaceEvent } from "./surface.ts";
 import { restoreLoudness, saveLoudness } from "./volume.ts";
-import { kStreamLost, nameFormat, wordsForOpening, wordsForPlaying } from "./words.ts";
+import { Waiting } from "./waiting.ts";
+import { kStreamLost, nameFormat, wordsForOpening, wordsForOriginal, wordsForPlaying } from "./words.ts";
 
 const kKeys: KeyTable = [
   [["Space", "k"], "play or pause"],
@@ -24,13 +26,13 @@ const kKeys: KeyTable = [
   [["↑", "↓"], "louder or quieter"],
   [["m"], "sound off or on"],
   [["f"], "full screen"],
+  [["a"], "choose the sound"],
+  [["q"], "choose the quality"],
   [["Esc"], "leave full screen, then the film"],
   [["?"], "this help"],
 ];
 
 const kSaveEvery = 5000;
-// A short wait is no wait: the wheel turns only after it.
-const kSpinnerAfter = 250;
 
 export interface PlayerContext {
   api: WebApi;
@@ -50,34 +52,42 @@ export class PlayerView {
   private readonly title = h("h1", { dir: "auto" });
   private readonly place = h("p", { dir: "auto" });
   private readonly problem = h("div", { class: "player-problem", hidden: true });
-  private readonly spinner = h("div", { class: "spinner", role: "status", "aria-label": "Loading", hidden: true });
+  private readonly waiting = new Waiting();
+  private quality = lastQuality();
   private readonly start_button = h(
     "button",
     { type: "button", class: "big-play", "aria-label": "Play", hidden: true, onclick: () => this.act({ name: "toggle" }) },
     icon("play"),
   );
   private readonly surface = h("div", { class: "surface" });
-  private spinner_timer: ReturnType<typeof setTimeout> | undefined;
   private saved = 0;
   readonly element: HTMLElement;
 
   constructor(private readonly context: PlayerContext) {
     const { api, id } = context;
     this.video = h("video", { playsinline: true, preload: "auto", poster: pictureAddress(id, 640) });
-    this.playback = new Playback(api, this.video, id, {
+    this.playback = new Playback(api, this.video, id, this.quality, {
       pin: (wrong) => askPin(wrong, this.element),
       busy: () => this.busy(),
       ready: () => this.ready(),
       blocked: () => this.showStart(true),
+      trouble: (trouble) => this.waiting.explain(trouble),
+      converting: () => this.notices.show("Kinora converts this film for your browser while you watch."),
+      refused: (quality) => this.refused(quality),
+      tracks: (tracks, chosen) => this.controls.showTracks(tracks, chosen),
       failed: (failure) => this.failed(failure),
     });
     this.controls = new PlayerControls(this.video, {
       act: (action) => this.act(action),
       seek: (seconds) => this.seek(seconds),
       volume: (volume) => Object.assign(this.video, { volume, muted: false }),
+      track: (index) => this.playback.chooseTrack(index),
+      quality: (quality) => this.changeQuality(quality),
+      menu: () => this.chrome.wake(),
     });
+    this.showQuality();
     this.element = this.build();
-    this.chrome = new Chrome(this.element, () => this.video.paused || !this.problem.hidden || dialogIsOpen());
+    this.chrome = new Chrome(this.element, () => this.staysInView());
     this.watchVideo();
     watchSurface(this.surface, (event) => this.touched(event));
   }
@@ -104,7 +114,7 @@ export class PlayerView {
     this.save();
     this.playback.close();
     this.chrome.dispose();
-    clearTimeout(this.spinner_timer);
+    this.waiting.end();
     document.removeEventListener("keydown", this.keyed);
     document.removeEventListener("fullscreenchange", this.resized);
     window.removeEventListener("pagehide", this.pageLeft);
@@ -124,7 +134,7 @@ export class PlayerView {
       { class: "player", tabindex: -1, "aria-label": "Player" },
       this.video,
       this.surface,
-      this.spinner,
+      this.waiting.element,
       this.start_button,
       h("header", { class: "player-top" }, back, h("div", { class: "player-names" }, this.title, this.place)),
       this.problem,
@@ -133,7 +143,7 @@ export class PlayerView {
     );
     // After a click the keys belong to the film again, not to the button that was clicked.
     this.controls.element.addEventListener("click", (event) => {
-      if (event.detail > 0) root.focus({ preventScroll: true });
+      if (event.detail > 0 && !this.controls.menuIsOpen) root.focus({ preventScroll: true });
     });
     return root;
   }
@@ -142,7 +152,7 @@ export class PlayerView {
     const { video } = this;
     const listen = (names: string[], act: () => void) => names.forEach((name) => video.addEventListener(name, act));
     listen(["waiting", "seeking"], () => this.busy());
-    listen(["playing", "seeked", "canplay"], () => this.rest());
+    listen(["playing", "seeked", "canplay"], () => this.waiting.end());
     // Not on "play", which also comes before the browser forbids it.
     listen(["playing"], () => this.showStart(false));
     listen(["pause", "ended"], () => {
@@ -172,29 +182,49 @@ export class PlayerView {
     }
   }
 
-  private busy(): void {
-    this.problem.hidden = true;
-    clearTimeout(this.spinner_timer);
-    this.spinner_timer = setTimeout(() => (this.spinner.hidden = false), kSpinnerAfter);
+  private staysInView(): boolean {
+    return this.video.paused || !this.problem.hidden || this.controls.menuIsOpen || dialogIsOpen();
   }
 
-  private rest(): void {
-    clearTimeout(this.spinner_timer);
-    this.spinner.hidden = true;
+  private busy(): void {
+    this.problem.hidden = true;
+    this.waiting.begin();
   }
 
   private ready(): void {
-    if (this.video.videoWidth > 0 || !this.film?.video_codec) return;
+    // A moment of black is less of a jolt than the film's picture between two pictures of it.
+    this.video.removeAttribute("poster");
+    this.showQuality();
+    if (this.video.videoWidth > 0 || !this.film?.video_codec || this.playback.convert()) return;
     this.notices.show(`This browser can’t show ${nameFormat(this.film.video_codec)} pictures; only the sound plays.`);
+  }
+
+  private changeQuality(quality: Quality): void {
+    this.quality = quality;
+    saveQuality(quality);
+    this.showQuality();
+    this.playback.changeQuality(quality);
+  }
+
+  private refused(quality: Quality): void {
+    this.quality = kOriginal;
+    saveQuality(kOriginal);
+    this.showQuality();
+    this.notices.show(`The server does not offer this film in “${quality.label}”. It plays as it is.`);
+  }
+
+  private showQuality(): void {
+    this.controls.showQuality(this.quality, wordsForOriginal(this.quality === kOriginal ? this.playback.format : undefined));
   }
 
   private showStart(shown: boolean): void {
     this.start_button.hidden = !shown;
-    if (shown) this.rest();
+    if (shown) this.waiting.end();
   }
 
   private failed(failure: Failure): void {
-    this.rest();
+    this.waiting.end();
+    this.controls.closeMenus();
     this.showStart(false);
     this.notices.clear();
     const words = {
@@ -236,6 +266,8 @@ export class PlayerView {
     else if (action.name === "louder") this.louder(action.by);
     else if (action.name === "fullscreen") this.fullscreen();
     else if (action.name === "help") showHelp("Keys in the player", kKeys, this.element);
+    else if (action.name === "sound" || action.name === "quality") this.controls.toggleMenu(action.name);
+    else if (this.controls.menuIsOpen) this.controls.closeMenus();
     else if (document.fullscreenElement) void document.exitFullscreen();
     else this.context.leave();
   }

@@ -1,12 +1,12 @@
 // When a stream breaks off in mid-film (it was swept because another one was opened, or the server was
 // started again) it is opened again at its position: at once, then after a pause. A server that does not answer
-// gets longer, as a restart takes its time. A film that then runs for a while has earned all attempts anew.
+// gets two minutes, as a restart takes its time. A film that then runs for a while has earned all attempts anew.
 
 export type Break = "stream" | "server";
 
 const kPauses: Record<Break, readonly number[]> = {
   stream: [0, 1000],
-  server: [500, 1000, 2000, 4000, 8000],
+  server: [500, 1000, 2000, 4000, ...new Array<number>(14).fill(8000)],
 };
 
 // Seconds of undisturbed film after which earlier breaks are forgotten.

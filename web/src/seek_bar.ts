@@ -1,5 +1,6 @@
 // The film's time line. While it is dragged it shows where the film would go; letting go goes there, so that a
 // drag costs one jump and not fifty.
+import { loadedUntil } from "./buffered.ts";
 import { h } from "./dom.ts";
 import { formatTime, speakTime } from "./format.ts";
 
@@ -39,17 +40,9 @@ export class SeekBar {
   show(video: HTMLVideoElement): void {
     this.duration = Number.isFinite(video.duration) ? video.duration : 0;
     this.range.disabled = this.duration === 0;
-    this.paint("--loaded", this.loaded(video));
+    const until = loadedUntil(video.buffered, video.currentTime) ?? 0;
+    this.paint("--loaded", until / (this.duration || until || 1));
     if (!this.dragging) this.place(this.duration > 0 ? video.currentTime / this.duration : 0);
-  }
-
-  // How far the film has come in without a gap from here.
-  private loaded(video: HTMLVideoElement): number {
-    for (let index = 0; index < video.buffered.length; index += 1) {
-      const [start, end] = [video.buffered.start(index), video.buffered.end(index)];
-      if (start <= video.currentTime + 0.5 && video.currentTime <= end) return end / (this.duration || end);
-    }
-    return 0;
   }
 
   private place(share: number): void {

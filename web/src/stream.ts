@@ -6,8 +6,14 @@ export interface Stream {
   format: string;
 }
 
-export function openStream(api: WebApi, film: number, pin?: string): Promise<Stream> {
-  return api.post<Stream>("Stream", "open", { id: film, format: "auto", pin });
+// How a film is to be sent: the cheapest way that plays ("auto"), or converted ("hls"), to a profile if one is named.
+export interface Way {
+  format: "auto" | "hls";
+  profile?: string;
+}
+
+export function openStream(api: WebApi, film: number, way: Way, pin?: string): Promise<Stream> {
+  return api.post<Stream>("Stream", "open", { id: film, ...way, pin });
 }
 
 // Nobody waits for it: a stream that is gone already is as good as closed.
@@ -15,14 +21,18 @@ export function closeStream(api: WebApi, stream: Stream): void {
   api.postAndForget("Stream", "close", { id: stream.stream_id, format: stream.format });
 }
 
+// Of the file, or of the manifest where the film comes in fragments.
 export function mediaAddress(stream: Stream): string {
   return addressOf("Stream", "stream", { id: stream.stream_id, format: stream.format });
 }
 
-export type Verdict = "served" | "refused" | "unreachable";
+export function comesInFragments(stream: Stream): boolean {
+  return stream.format === "hls" || stream.format === "hls_remux";
+}
 
-// Would the server still give this stream? Asks for a single byte.
-export async function askForStream(stream: Stream): Promise<Verdict> {
+// The HTTP status with which the server would answer for this stream now; 0 when it does not answer. Asks for a
+// single byte.
+export async function askForStream(stream: Stream): Promise<number> {
   const own = new AbortController();
   try {
     const answer = await fetch(mediaAddress(stream), {
@@ -30,9 +40,9 @@ export async function askForStream(stream: Stream): Promise<Verdict> {
       cache: "no-store",
       signal: own.signal,
     });
-    return answer.ok ? "served" : "refused";
+    return answer.status;
   } catch {
-    return "unreachable";
+    return 0;
   } finally {
     own.abort();
   }

@@ -12,25 +12,70 @@ const kNoAnswer: Words = {
   detail: "The server may be starting again, or this device has lost its connection.",
 };
 
-// 100, 1211 and 1212 have in common that no way was found to stream the film.
+// What the server refuses to start, by its code. "{format}" becomes what the film is made of.
 const kOpenWords: Record<number, Words> = {
-  100: { title: "This film can’t be played yet", detail: "" },
+  100: {
+    title: "This film can’t be played",
+    detail: "{format} neither plays in this browser as it is nor can be converted for it.",
+  },
   101: { title: "This film is not there any more", detail: "It may have been moved or removed." },
   105: {
     title: "You may not watch this film",
     detail: "Your account has no right to read the folder it lies in.",
   },
+  128: { title: "This film is not there any more", detail: "It may have been moved or removed." },
+  129: { title: "The server could not start the film", detail: "Its log says why. Trying again may help." },
   1101: {
     title: "This film is not in the library any more",
     detail: "It may have been moved or removed since the page was opened.",
   },
-  128: { title: "This film is not there any more", detail: "It may have been moved or removed." },
-  129: { title: "The server could not start the film", detail: "Its log says why. Trying again may help." },
+  1200: {
+    title: "Converting is switched off",
+    detail:
+      "{format} would have to be converted for this browser. An administrator can allow that: set transcoding " +
+      "to “yes” in the server’s kinora.conf and restart Kinora.",
+  },
+  1201: {
+    title: "The server is converting something else",
+    detail: "This film has to be converted, too, and must wait for that. Try again in a while.",
+  },
+  1202: {
+    title: "The server is converting something else",
+    detail: "This film has to be converted, too, and this machine does one at a time. Try again in a while.",
+  },
   1203: {
     title: "The server’s disk is full",
     detail: "Kinora needs a little room to start a stream. Free some space on the server and try again.",
   },
-  1211: { title: "This film can’t be played yet", detail: "" },
+  1204: {
+    title: "This film’s sound can’t be converted",
+    detail: "{format} has sound that Kinora can’t read. Another player may take the file as it is.",
+  },
+  1205: {
+    title: "This film’s picture can’t be converted",
+    detail: "{format} has a picture that Kinora can’t read. Another player may take the file as it is.",
+  },
+  1206: {
+    title: "The server has too little memory",
+    detail: "Converting this film needs more than is free now. End another film or program there and try again.",
+  },
+  1207: {
+    title: "The server’s hardware can’t convert this film",
+    detail: "An administrator can let software do it: set hardware to “no” in kinora.conf and restart Kinora.",
+  },
+  1208: { title: "This film’s picture is too large to convert", detail: "It is more than this server takes on." },
+  1209: {
+    title: "This film has too many pictures a second",
+    detail: "To convert it is more than this server takes on.",
+  },
+  1210: {
+    title: "This film’s format is too demanding to convert",
+    detail: "{format} is made in a way that this server can’t convert.",
+  },
+  1211: {
+    title: "This film can’t be played",
+    detail: "{format} neither plays in this browser as it is nor can be converted for it.",
+  },
   1212: {
     title: "The stream could not be started",
     detail: "The server could not set it up; its log says why. Trying again may help.",
@@ -68,19 +113,18 @@ export function describeFormat(film: Pick<Film, "container" | "video_codec" | "a
 export function wordsForOpening(error: unknown, film?: Film): Words {
   if (error instanceof Unreachable) return kNoAnswer;
   if (!(error instanceof Refusal)) return { title: "Something went wrong", detail: "Trying again may help." };
-  const known = kOpenWords[error.code] ?? {
-    title: "This film can’t be started",
-    detail: `The server refused it (code ${error.code}).`,
-  };
-  if (error.code !== 100 && error.code !== 1211) return known;
+  const known = kOpenWords[error.code];
+  if (!known) return { title: "This film can’t be started", detail: `The server refused it (code ${error.code}).` };
   const made_of = film ? describeFormat(film) : "";
   const format = made_of ? `Its format (${made_of})` : "Its format";
-  return {
-    title: known.title,
-    detail:
-      `${format} would have to be converted first, which this version of Kinora does not do. ` +
-      "MP4 files with H.264 video and AAC sound play as they are.",
-  };
+  return { title: known.title, detail: known.detail.replace("{format}", format) };
+}
+
+// How the film comes when no quality is chosen, by its stream's format.
+export function wordsForOriginal(format: string | undefined): string {
+  if (format === "raw") return "the file as it is";
+  if (format === "hls_remux") return "the picture as it is";
+  return format === "hls" ? "converted for this browser" : "as good as it gets";
 }
 
 export function wordsForListing(error: unknown): Words {

@@ -13,6 +13,8 @@ const kKeys: [Key, PlayerAction | undefined][] = [
   [{ key: "ArrowDown" }, { name: "louder", by: -0.1 }],
   [{ key: "m" }, { name: "mute" }],
   [{ key: "f" }, { name: "fullscreen" }],
+  [{ key: "a" }, { name: "sound" }],
+  [{ key: "q" }, { name: "quality" }],
   [{ key: "?" }, { name: "help" }],
   [{ key: "Escape" }, { name: "leave" }],
   [{ key: "f", ctrlKey: true }, undefined],

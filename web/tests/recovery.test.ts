@@ -4,7 +4,7 @@ import { Recovery, type Break } from "../src/recovery.ts";
 
 const kAttempts: [Break, (number | undefined)[]][] = [
   ["stream", [0, 1000, undefined, undefined]],
-  ["server", [500, 1000, 2000, 4000, 8000, undefined]],
+  ["server", [500, 1000, 2000, 4000, ...new Array<number>(14).fill(8000), undefined]],
 ];
 for (const [kind, pauses] of kAttempts) {
   test(`Recovery.TriesAgainEverMoreSlowlyAndThenGivesUp(${kind})`, () => {

@@ -6,7 +6,7 @@ import { placeOf } from "../src/catalog.ts";
 import { messageKind } from "../src/library_message.ts";
 import { outcome, scanLine, signature } from "../src/scan_watch.ts";
 import { readLoudness } from "../src/volume.ts";
-import { describeFormat, wordsForOpening, wordsForSigningIn } from "../src/words.ts";
+import { describeFormat, wordsForOpening, wordsForOriginal, wordsForSigningIn } from "../src/words.ts";
 
 const kFilm = { container: "matroska", video_codec: "hevc", audio_codec: "ac3" } as Film;
 const kProgress: Progress = {
@@ -14,17 +14,39 @@ const kProgress: Progress = {
   waiting: 0, current: "",
 };
 
-for (const code of [100, 1211]) {
-  test(`Words.NameTheFormatThatWouldNeedConverting(${code})`, () => {
+for (const code of [100, 1200, 1204, 1205, 1210, 1211]) {
+  test(`Words.NameTheFormatThatIsInTheWay(${code})`, () => {
     const words = wordsForOpening(new Refusal(code, ""), kFilm);
-    assert.equal(words.title, "This film can’t be played yet");
-    assert.match(words.detail, /^Its format \(MKV · HEVC · AC-3\) would have to be converted first/);
+    assert.match(words.detail, /^Its format \(MKV · HEVC · AC-3\) /);
+    assert.match(wordsForOpening(new Refusal(code, "")).detail, /^Its format [a-z]/);
   });
 }
+
+for (const code of [1200, 1207]) {
+  test(`Words.SayWhichSettingHelps(${code})`, () => {
+    assert.match(wordsForOpening(new Refusal(code, "")).detail, /kinora\.conf and restart Kinora\.$/);
+  });
+}
+
+test("Words.KnowEveryRefusalOfTheEngine", () => {
+  for (let code = 1200; code <= 1212; code += 1) {
+    const words = wordsForOpening(new Refusal(code, ""), kFilm);
+    assert.notEqual(words.title, "This film can’t be started", `code ${code}`);
+    assert.doesNotMatch(words.detail, /[{}]/);
+  }
+});
+
+test("Words.SayHowTheOriginalComes", () => {
+  assert.equal(wordsForOriginal("raw"), "the file as it is");
+  assert.equal(wordsForOriginal("hls_remux"), "the picture as it is");
+  assert.equal(wordsForOriginal("hls"), "converted for this browser");
+  assert.equal(wordsForOriginal(undefined), "as good as it gets");
+});
 
 const kTitles: [unknown, string][] = [
   [new Refusal(105, ""), "You may not watch this film"],
   [new Refusal(1101, ""), "This film is not in the library any more"],
+  [new Refusal(1200, ""), "Converting is switched off"],
   [new Refusal(1203, ""), "The server’s disk is full"],
   [new Refusal(1212, ""), "The stream could not be started"],
   [new Refusal(1400, ""), "This film is locked"],

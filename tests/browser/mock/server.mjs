@@ -7,8 +7,8 @@ import path from "node:path";
 import { pipeline } from "node:stream";
 
 const kTypes = { ".html": "text/html; charset=utf-8", ".js": "text/javascript", ".css": "text/css", ".svg": "image/svg+xml" };
-const kPolicy =
-  "default-src 'self'; base-uri 'none'; frame-ancestors 'none'; form-action 'self'; require-trusted-types-for 'script'";
+const kFront = new URL("../../../packaging/lighttpd.conf", import.meta.url);
+const kPolicy = /"Content-Security-Policy" => "([^"]+)"/.exec(readFileSync(kFront, "utf8"))[1];
 
 export const kUser = "admin";
 export const kPassword = "correct horse";
@@ -39,11 +39,17 @@ const kSorts = {
   size: (a, b) => b.size - a.size,
 };
 
-// options: page (folder with the built page), media (a video file), films, pictures (id -> JPEG file)
-export async function startMock({ page, media, films = [], pictures = () => undefined }) {
+// options: page (folder with the built page), media (a video file), films, pictures (id -> JPEG file), hls (folders
+// with fragments, by their kinds; see hls_media.mjs)
+export async function startMock({ page, media, films = [], pictures = () => undefined, hls = {} }) {
   const mock = {
     films, progress: { ...kIdle }, administrator: true,
     refuse: {}, // film id -> code that open answers
+    refuseConverting: undefined, // the same for whatever is opened to be converted
+    auto: () => "raw", // the format that a film is opened in unless "hls" was asked for
+    files: {}, // film id -> what is sent of it as it is, instead of `media`
+    kinds: { hls: "muxed", hls_remux: "muxed" }, // which fragments a format gets
+    fail: () => undefined, // (call for a stream) -> the HTTP status to fail it with
     pins: {}, // film id -> the PIN that opens it
     welcome: "welcome-secret", sessions: new Set(), streams: new Map(), asked: [], down: false, next: 1,
     sweep() { mock.streams.clear(); },
@@ -78,10 +84,24 @@ export async function startMock({ page, media, films = [], pictures = () => unde
   function open(call) {
     const id = Number(call.get("id"));
     if (mock.refuse[id]) throw new Refused(mock.refuse[id]);
+    if (mock.refuseConverting && call.get("format") === "hls") throw new Refused(mock.refuseConverting);
     if (mock.pins[id] && call.get("pin") !== mock.pins[id]) throw new Refused(call.get("pin") ? 1401 : 1400);
     const stream_id = `stream-${mock.next++}`;
     mock.streams.set(stream_id, id);
-    return { stream_id, format: "raw" };
+    return { stream_id, format: call.get("format") === "hls" ? "hls" : mock.auto(id) };
+  }
+
+  function sendStream(call, request, response) {
+    const id = mock.streams.get(call.get("id"));
+    const format = call.get("format");
+    const status = id === undefined ? 404 : mock.fail(call);
+    if (status) return void response.writeHead(status).end();
+    if (format === "raw") return sendFile(request, response, mock.files[id] ?? media, "video/mp4");
+    const folder = hls[mock.kinds[format]];
+    if (call.get("fragment")) return sendFile(request, response, path.join(folder, call.get("fragment")), "video/mp2t");
+    const playlist = path.join(folder, `${call.get("playlist") ?? "master"}.m3u8`);
+    const text = withAddresses(readFileSync(playlist, "utf8"), call);
+    response.writeHead(200, { "Content-Type": "application/vnd.apple.mpegurl" }).end(text);
   }
 
   const methods = {
@@ -104,10 +124,7 @@ export async function startMock({ page, media, films = [], pictures = () => unde
       throw new Refused(125);
     }
     if (name === "Film.picture") return sendFile(request, response, pictures(Number(call.get("id"))), "image/jpeg");
-    if (name === "Stream.stream") {
-      const there = mock.streams.has(call.get("id"));
-      return sendFile(request, response, there ? media : undefined, "video/mp4");
-    }
+    if (name === "Stream.stream") return sendStream(call, request, response);
     const result = JSON.stringify({ result: methods[name](call, response, sid) });
     response.writeHead(200, { "Content-Type": "application/json" }).end(result);
   }
@@ -134,6 +151,17 @@ export async function startMock({ page, media, films = [], pictures = () => unde
   mock.origin = `http://127.0.0.1:${server.address().port}`;
   mock.close = () => new Promise((resolve) => { server.closeAllConnections(); server.close(resolve); });
   return mock;
+}
+
+// The addresses of a playlist's fragments and playlists, as the server writes them.
+function withAddresses(playlist, call) {
+  const address = (file) => {
+    const own = new URLSearchParams(["api", "version", "method", "id", "format"].map((name) => [name, call.get(name)]));
+    if (file.endsWith(".m3u8")) own.set("playlist", path.basename(file, ".m3u8"));
+    else own.set("fragment", file);
+    return `/webapi/entry.cgi?${own}`;
+  };
+  return playlist.replace(/^[^#\n].*$/gm, address).replace(/URI="([^"]+)"/g, (_, file) => `URI="${address(file)}"`);
 }
 
 function sendPage(page, pathname, response) {

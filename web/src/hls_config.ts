@@ -1,0 +1,60 @@
+// How hls.js is to load a stream of ours.
+//
+// A fragment may have to be encoded first, so its first byte may take long. A server that is being started again, or
+// that has no encoder free (503), is asked patiently while the film plays on from what is loaded; what it refuses
+// (4xx) is not asked for twice, for the stream is gone then.
+import type { HlsConfig, LoadPolicy } from "hls.js";
+import { willPass } from "./breakage.ts";
+
+const kPatient = 60; // attempts, the later ones 8 s apart
+const kImpatient = 2;
+
+// Whether to load anew what failed so often before. No status: it took too long, or what came is no fragment.
+export function mayRetry(status: number | undefined, late: boolean, failures: number): boolean {
+  if (late) return failures < kImpatient;
+  if (status === undefined) return false;
+  if (willPass(status)) return failures < kPatient;
+  return status >= 500 && failures < kImpatient;
+}
+
+const kPauses = { retryDelayMs: 1000, maxRetryDelayMs: 8000, backoff: "exponential" } as const;
+
+// `trouble` hears of each failure that another attempt follows.
+function policy(first_byte: number, trouble: (status: number) => void): LoadPolicy {
+  const retry = {
+    ...kPauses,
+    maxNumRetry: kPatient,
+    shouldRetry: (_: unknown, failures: number, late: boolean, answer?: { code?: number }) => {
+      const again = mayRetry(answer?.code, late, failures);
+      if (again) trouble(answer?.code ?? 0);
+      return again;
+    },
+  };
+  return {
+    default: { maxTimeToFirstByteMs: first_byte, maxLoadTimeMs: 180_000, timeoutRetry: retry, errorRetry: retry },
+  };
+}
+
+export interface Start {
+  at: number; // seconds into the film
+  language?: string | undefined; // of the audio track to take
+  track?: string | undefined; // its name
+}
+
+export function configFor(start: Start, worker: string, trouble: (status: number) => void): Partial<HlsConfig> {
+  return {
+    // The first fragment asked for is the one to be seen: each other one would cost an encoder.
+    startPosition: start.at,
+    testBandwidth: false,
+    workerPath: worker,
+    maxBufferLength: 60,
+    maxMaxBufferLength: 120,
+    backBufferLength: 60,
+    lowLatencyMode: false,
+    enableInterstitialPlayback: false,
+    ...(start.track !== undefined && { audioPreference: { lang: start.language ?? "", name: start.track } }),
+    manifestLoadPolicy: policy(20_000, trouble),
+    playlistLoadPolicy: policy(20_000, trouble),
+    fragLoadPolicy: policy(60_000, trouble),
+  };
+}

@@ -1,0 +1,109 @@
+// A stream in fragments through hls.js, which is fetched with this file, only when a film needs it.
+import Hls, { ErrorDetails, ErrorTypes, Events, type ErrorData } from "hls.js";
+import worker from "hls.js/dist/hls.worker.js?url";
+import type { Breakage } from "./breakage.ts";
+import { loadedUntil } from "./buffered.ts";
+import { configFor } from "./hls_config.ts";
+import type { Source, SourceEvents, SourceStart } from "./source.ts";
+
+// A decoder that fails again within so many milliseconds fails for good.
+const kResetAgain = 20_000;
+// NetworkErrorAction.RetryRequest, which its module declares but does not hold.
+const kRetryRequest = 5;
+// hls.js passes over a fragment that holds no film. So many in a row mean that none does.
+const kMostEmpty = 2;
+const kNothing = 0.3; // seconds of film that are as good as none
+const kMoves = ["timeupdate", "seeking", "waiting"] as const;
+
+export class HlsSource implements Source {
+  private readonly hls: Hls;
+  private fed = false; // the decoder has taken something
+  private empty = 0; // fragments in a row that held no film
+  private reset = -Infinity; // when the decoder was set up anew
+  private breakage: Breakage | undefined; // found, but what is loaded still plays
+
+  constructor(
+    private readonly video: HTMLVideoElement,
+    address: string,
+    start: SourceStart,
+    private readonly on: SourceEvents,
+  ) {
+    const wanted = { at: start.at, language: start.track?.language, track: start.track?.name };
+    this.hls = new Hls(configFor(wanted, worker, (status) => on.trouble(status)));
+    this.hls.on(Events.ERROR, (_, data) => this.error(data));
+    this.hls.on(Events.FRAG_LOADED, () => on.trouble(undefined));
+    this.hls.on(Events.BUFFER_APPENDED, () => this.appended());
+    for (const event of [Events.AUDIO_TRACKS_UPDATED, Events.AUDIO_TRACK_SWITCHED] as const) {
+      this.hls.on(event, () => this.tellTracks());
+    }
+    for (const event of kMoves) video.addEventListener(event, this.moved);
+    this.hls.loadSource(address);
+    this.hls.attachMedia(video);
+  }
+
+  failed(): void {
+    this.undecodable();
+  }
+
+  choose(track: number): void {
+    this.hls.audioTrack = track;
+    this.tellTracks();
+  }
+
+  stop(): void {
+    for (const event of kMoves) this.video.removeEventListener(event, this.moved);
+    this.hls.destroy();
+  }
+
+  private tellTracks(): void {
+    const tracks = this.hls.audioTracks.map(({ name, lang }) => ({ name, language: lang ?? "" }));
+    this.on.tracks(tracks, this.hls.audioTrack);
+  }
+
+  private appended(): void {
+    this.fed = true;
+    this.empty = 0;
+  }
+
+  private error(data: ErrorData): void {
+    if (data.type === ErrorTypes.NETWORK_ERROR) {
+      // With a single quality hls.js has nothing to switch to and may wait for ever for what it won't ask for again.
+      const again = Number(data.errorAction?.action) === kRetryRequest && !data.fatal;
+      if (!again) this.unloadable(data.response?.code ?? 0);
+    } else if (data.fatal) {
+      this.undecodable();
+    } else if (data.details === ErrorDetails.FRAG_PARSING_ERROR) {
+      this.empty += 1;
+      if (this.empty >= kMostEmpty) this.undecodable();
+    }
+  }
+
+  private undecodable(): void {
+    const now = performance.now();
+    this.empty = 0;
+    if (this.fed && now - this.reset > kResetAgain) {
+      this.reset = now;
+      this.hls.recoverMediaError();
+    } else {
+      this.hls.stopLoad();
+      this.on.broke({ status: 200, undecodable: true });
+    }
+  }
+
+  private unloadable(status: number): void {
+    this.hls.stopLoad();
+    this.breakage = { status, undecodable: false };
+    this.moved();
+  }
+
+  // The viewer sees what is loaded; only then the breakage matters.
+  private readonly moved = (): void => {
+    if (!this.breakage) return;
+    const { buffered, currentTime } = this.video;
+    const until = loadedUntil(buffered, currentTime) ?? currentTime;
+    if (until - currentTime > kNothing) return;
+    const { breakage } = this;
+    this.breakage = undefined;
+    this.on.broke(breakage);
+  };
+}

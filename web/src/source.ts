@@ -1,0 +1,69 @@
+// What feeds the video element: the browser itself, from an address, or hls.js.
+import type { AudioTrack } from "./audio_tracks.ts";
+import type { Breakage } from "./breakage.ts";
+import { askForStream, comesInFragments, mediaAddress, type Stream } from "./stream.ts";
+
+export interface SourceEvents {
+  broke: (breakage: Breakage) => void;
+  // Loading fails and is tried again; the status as in Breakage, undefined when it goes on.
+  trouble: (status: number | undefined) => void;
+  tracks: (tracks: readonly AudioTrack[], chosen: number) => void;
+}
+
+export interface Source {
+  // The video element has reported an error.
+  failed(): void;
+  // Takes another audio track, by its place in the list.
+  choose(track: number): void;
+  // Nothing is reported any more. The video element is empty then.
+  stop(): void;
+}
+
+// The browser loads by itself: films as they are, and streams in fragments where it has no other way.
+class AddressSource implements Source {
+  private stopped = false;
+
+  constructor(
+    private readonly video: HTMLVideoElement,
+    private readonly stream: Stream,
+    private readonly on: SourceEvents,
+  ) {
+    video.src = mediaAddress(stream);
+  }
+
+  async failed(): Promise<void> {
+    const undecodable = this.video.error?.code === MediaError.MEDIA_ERR_DECODE;
+    const status = await askForStream(this.stream);
+    if (!this.stopped) this.on.broke({ status, undecodable });
+  }
+
+  choose(): void {
+    // Browsers play the first track of a file.
+  }
+
+  stop(): void {
+    this.stopped = true;
+    this.video.removeAttribute("src");
+    this.video.load();
+  }
+}
+
+function takesFragments(): boolean {
+  return "MediaSource" in globalThis || "ManagedMediaSource" in globalThis;
+}
+
+export interface SourceStart {
+  at: number; // seconds into the film
+  track: AudioTrack | undefined; // the one to be heard; undefined: the film's default
+}
+
+export type StartSource = (video: HTMLVideoElement, start: SourceStart, on: SourceEvents) => Source;
+
+// Rejects when the program that plays fragments could not be fetched.
+export async function sourceFor(stream: Stream): Promise<StartSource> {
+  if (comesInFragments(stream) && takesFragments()) {
+    const { HlsSource } = await import("./hls_source.ts");
+    return (video, start, on) => new HlsSource(video, mediaAddress(stream), start, on);
+  }
+  return (video, _, on) => new AddressSource(video, stream, on);
+}

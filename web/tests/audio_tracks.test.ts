@@ -1,0 +1,43 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { nameLanguage, nameTracks, type AudioTrack, type TrackWords } from "../src/audio_tracks.ts";
+
+const kCodes: [string, string][] = [
+  ["de", "German"],
+  ["ger", "German"],
+  ["fre", "French"],
+  ["und", ""],
+  ["", ""],
+  ["no language", ""],
+  ["<b>", ""],
+];
+for (const [code, name] of kCodes) {
+  test(`Language.IsNamed(${code})`, () => assert.equal(nameLanguage(code), name));
+}
+
+const kTracks: [string, AudioTrack[], TrackWords[]][] = [
+  [
+    "language and name",
+    [{ name: "Original", language: "eng" }, { name: "Kommentar", language: "ger" }],
+    [{ label: "English", detail: "Original" }, { label: "German", detail: "Kommentar" }],
+  ],
+  ["the name is the language", [{ name: "german", language: "de" }], [{ label: "German", detail: "" }]],
+  ["a name alone", [{ name: "Live", language: "und" }], [{ label: "Live", detail: "" }]],
+  [
+    "nothing known",
+    [{ name: "", language: "" }, { name: "", language: "" }],
+    [{ label: "Track 1", detail: "" }, { label: "Track 2", detail: "" }],
+  ],
+  [
+    "alike",
+    [{ name: "", language: "en" }, { name: "", language: "en" }, { name: "Stereo", language: "en" }],
+    [
+      { label: "English", detail: "track 1" },
+      { label: "English", detail: "track 2" },
+      { label: "English", detail: "Stereo" },
+    ],
+  ],
+];
+for (const [what, tracks, words] of kTracks) {
+  test(`AudioTracks.AreTold(${what})`, () => assert.deepEqual(nameTracks(tracks), words));
+}

@@ -55,7 +55,7 @@ function streams() {
 }
 
 async function until(condition) {
-  const deadline = Date.now() + 15_000;
+  const deadline = Date.now() + 30_000;
   while (!(await condition())) {
     assert.ok(Date.now() < deadline, "in time");
     await new Promise((resolve) => setTimeout(resolve, 20));

@@ -253,7 +253,7 @@ test("Player.ClosesItsStreamWhenTheFilmIsLeftAndWhenThePageIs", async () => {
 });
 
 async function until(condition) {
-  const deadline = Date.now() + 10_000;
+  const deadline = Date.now() + 30_000;
   while (!(await condition())) {
     assert.ok(Date.now() < deadline, "in time");
     await new Promise((resolve) => setTimeout(resolve, 20));

@@ -13,7 +13,7 @@ export const kQualities: readonly Quality[] = [
   kOriginal,
   { name: "hd_high", label: "High", detail: "up to 720p" },
   { name: "sd_high", label: "Standard", detail: "up to 576p" },
-  { name: "low", label: "Low", detail: "360p, for slow connections" },
+  { name: "low", label: "Low", detail: "up to 360p" },
 ];
 
 // `converted`: the browser has shown that it can't play the film as it is.

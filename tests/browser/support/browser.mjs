@@ -29,7 +29,7 @@ export function launch() {
 // A page in a browser profile of its own. What it complains about and where it connects to is kept.
 export async function newPage(browser, origin, options = {}) {
   const context = await browser.newContext({ baseURL: origin, viewport: kDesktop, ...options });
-  context.setDefaultTimeout(15_000);
+  context.setDefaultTimeout(30_000);
   const page = await context.newPage();
   page.complaints = [];
   page.foreign = [];

@@ -1,11 +1,12 @@
 // A real Kinora in the private view: an account, a share with its videos, and the service.
 import { execFileSync, spawn } from "node:child_process";
-import { copyFileSync, mkdirSync, mkdtempSync, utimesSync } from "node:fs";
+import { copyFileSync, mkdirSync, mkdtempSync, utimesSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import path from "node:path";
 import { createInterface } from "node:readline";
 
 const kProgram = "/var/packages/Kinora/target/bin/kinora";
+const kSettings = "/var/packages/Kinora/etc/kinora.conf";
 
 export const kUser = "admin";
 export const kPassword = "correct horse battery";
@@ -44,8 +45,12 @@ export function makeWelcome() {
   return kinora("user", "welcome", kUser).trim();
 }
 
-// fill(folder) puts the videos there. Answers with the service's address and the share's folder.
-export async function startKinora(fill) {
+// fill(folder) puts the videos there; settings are those that differ from the defaults. Answers with the service's
+// address and the share's folder.
+export async function startKinora(fill, settings = {}) {
+  const lines = Object.entries(settings).map(([name, value]) => `${name}="${value}"\n`);
+  mkdirSync(path.dirname(kSettings), { recursive: true });
+  writeFileSync(kSettings, lines.join(""));
   const folder = path.join(mkdtempSync(path.join(tmpdir(), "share-")), "Films");
   mkdirSync(folder);
   fill(folder);

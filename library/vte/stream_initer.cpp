@@ -1,7 +1,5 @@
 #include "library/vte/stream_initer.h"
 
-#include <json/json.h>
-
 #include "contract/media/video_formate_profile.h"
 #include "library/vte/format_fallback.h"
 
@@ -11,6 +9,8 @@ namespace {
 // In order of preference.
 std::vector<SetUpRoutine> FormatTable(StreamIniter& initer) {
   return {
+      {"hls", [&initer] { return initer.InitHLS(false); }},
+      {"hls_remux", [&initer] { return initer.InitHLS(true); }},
       {"raw", [&initer] { return initer.InitRAW(); }},
   };
 }

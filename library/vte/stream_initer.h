@@ -1,6 +1,8 @@
 // Opening a stream: from a request to a stream that runs.
 #pragma once
 
+#include <json/json.h>
+
 #include <string>
 #include <vector>
 
@@ -37,6 +39,13 @@ class KINORA_EXPORT StreamIniter : public OpenArgument {
   std::vector<std::string> DetermineAvailableFormats() const;
 
   // Set-up routines, one for each format; each gives the new stream's id or throws Error.
+  //
+  // HTTP Live Streaming, with the video copied (`remux`) or converted. The request must name the address that
+  // is called back and a session or sharing link, else 1212; an `audio_format` that is not known is 1204;
+  // what GetJsonSubtitleURL throws passes; 1212 when no profile fits; a refusal of the engine as
+  // ThrowVTEError has it. For a "chromecast" the `profile` "hd_high" or "sd_high" becomes "appletv_hd_high"
+  // and stays that.
+  std::string InitHLS(bool remux);
   std::string InitRAW();
 
   // Reserves an id, a working folder and its space for a file that goes out as it is. Throws Error 1203 when
@@ -49,9 +58,15 @@ class KINORA_EXPORT StreamIniter : public OpenArgument {
   // The same for the types that the engine works for: "HLS", "SS", "WEBM".
   void RemoveTimeoutVTEDir();
 
+  // The addresses by which engine and player call back: objects with "url" and the parameters of its query.
+  // The subtitle's throws Error 101 ("Bad parameter uid") when a subtitle is asked for on nobody's behalf.
+  Json::Value GetJsonStreamURL() const;    // of an HLS stream's playlists and fragments
+  Json::Value GetSSJsonStreamURL() const;  // of a Smooth Streaming stream's; it names the session alone
+  Json::Value GetJsonSubtitleURL() const;
+
   LibCrvnVTE::VideoMetaData metadata;   // of `file_path`
   std::string stream_id;                // empty until the stream is open
-  std::string stream_format;            // "raw"; the format whose set-up succeeded
+  std::string stream_format;            // "hls", "hls_remux" or "raw": whose set-up succeeded
   Error last_error{kErrorUnspecified};  // the most recent set-up's failure
 };
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "library/log.h"
+#include "library/vte/hls.h"
 #include "library/vte/raw.h"
 
 namespace crvnkn::webapi::vte {
@@ -24,6 +25,8 @@ std::unique_ptr<Streamer> Make(const std::string& stream_id) {
 
 // The first row whose format matches wins.
 constexpr StreamerRow kStreamers[] = {
+    {"hls", Make<HLS>},
+    {"hls_remux", Make<HLS>},
     {"raw", Make<RAW>},
 };
 

@@ -1,50 +1,10 @@
-#include "contract/engine/video_metadata.h"
-#include "contract/engine/vte_stream.h"
+#include "contract/engine/http_live_stream.h"
 #include "tests/fakes/script.h"
 
 using kinora::fakes::Called;
 using kinora::fakes::TheScript;
 
 namespace LibCrvnVTE {
-
-struct VideoMetaData::State {
-  std::string path;
-};
-
-VideoMetaData::VideoMetaData() : state_(std::make_shared<State>()) {}
-
-bool VideoMetaData::LoadFile(const std::string& path) {
-  Called("LoadFile", path);
-  if (TheScript().load_file) state_ = std::make_shared<State>(State{path});
-  return TheScript().load_file;
-}
-
-bool VideoMetaData::GetTrackInfo(Json::Value& video, Json::Value& audio) const {
-  if (state_->path.empty()) return false;
-  for (const Json::Value& track : TheScript().video_tracks) video.append(track);
-  for (const Json::Value& track : TheScript().audio_tracks) audio.append(track);
-  return true;
-}
-
-std::string VideoMetaData::GetFilePath() const { return state_->path; }
-std::string VideoMetaData::GetContainer() const { return TheScript().container; }
-uint64_t VideoMetaData::GetFileSize() const { return 0; }
-unsigned int VideoMetaData::GetDuration() const { return 0; }
-unsigned int VideoMetaData::GetBitrate() const { return 0; }
-std::string VideoMetaData::GetVideoCodecName() const { return TheScript().video_codec; }
-std::string VideoMetaData::GetVideoProfile() const { return {}; }
-unsigned int VideoMetaData::GetVideoBitrate() const { return 0; }
-int VideoMetaData::GetVideoFramerateNum() const { return 0; }
-int VideoMetaData::GetVideoFramerateDen() const { return 0; }
-unsigned int VideoMetaData::GetVideoRotate() const { return 0; }
-unsigned int VideoMetaData::GetVideoDisplayX() const { return 0; }
-unsigned int VideoMetaData::GetVideoDisplayY() const { return 0; }
-unsigned int VideoMetaData::GetVideoResolutionX() const { return 0; }
-unsigned int VideoMetaData::GetVideoResolutionY() const { return 0; }
-std::string VideoMetaData::GetAudioCodecName() const { return {}; }
-unsigned int VideoMetaData::GetAudioBitrate() const { return 0; }
-unsigned int VideoMetaData::GetAudioChannel() const { return 0; }
-unsigned int VideoMetaData::GetAudioFreqency() const { return 0; }
 
 std::string VTEStream::GetRandStreamID(const std::string& file_path) {
   Called("GetRandStreamID", file_path);
@@ -55,6 +15,59 @@ bool VTEStream::GetVolTmpAndSymlink(uint64_t bytes_needed, const std::string& st
                                     const std::string& type_name) {
   Called("GetVolTmpAndSymlink", bytes_needed, stream_id, type_name);
   return TheScript().link_working_folder(bytes_needed, stream_id, type_name);
+}
+
+std::string VTEStream::VTE_Init(const VTEInitArgument& argument) {
+  Called("VTE_Init", argument.file_path, argument.stream_type, argument.profile_file, argument.profile_name,
+         argument.url, argument.client, argument.file_size, argument.flag);
+  return TheScript().engine_id;
+}
+
+struct VTEStream::State {
+  std::string id;
+};
+
+VTEStream::VTEStream(const std::string& stream_id, const std::string&)
+    : state_(std::make_unique<State>(State{stream_id})) {}
+VTEStream::~VTEStream() = default;
+VTEStream::VTEStream(const VTEStream& other) : state_(std::make_unique<State>(*other.state_)) {}
+VTEStream& VTEStream::operator=(const VTEStream& other) {
+  *state_ = *other.state_;
+  return *this;
+}
+
+std::string VTEStream::GetStreamID() const { return state_->id; }
+std::string VTEStream::GetErrorString() const { return TheScript().engine_error; }
+
+bool AdaptStream::Transcoding(const std::string& fragment_id) const {
+  Called("Transcoding", GetStreamID(), fragment_id);
+  return TheScript().make_fragment();
+}
+
+std::string AdaptStream::GetFragmentPath(const std::string& fragment_id) const {
+  Called("GetFragmentPath", GetStreamID(), fragment_id);
+  return TheScript().fragment_path;
+}
+
+bool AdaptStream::Close() const {
+  Called("Close", GetStreamID());
+  return TheScript().close_stream;
+}
+
+HttpLiveStream::HttpLiveStream(const std::string& stream_id) : AdaptStream(stream_id, "HLS") {
+  Called("HttpLiveStream", stream_id);
+}
+
+bool HttpLiveStream::Init(const Json::Value& stream_url, const Json::Value& subtitle_url,
+                          const std::string& audio_track, const std::string& audio_format) {
+  Called("Init", GetStreamID(), stream_url, subtitle_url, audio_track, audio_format);
+  return TheScript().start_stream;
+}
+
+std::string HttpLiveStream::GetMainfest(const std::string& playlist_type,
+                                        const std::string& subtitle_id) const {
+  Called("GetMainfest", GetStreamID(), playlist_type, subtitle_id);
+  return TheScript().manifest_path;
 }
 
 }  // namespace LibCrvnVTE

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "contract/media/database.h"
+#include "contract/media/json_file.h"
 #include "contract/media/video_formate_profile.h"
 #include "tests/fakes/script.h"
 
@@ -96,6 +97,26 @@ bool VideoFormateProfile::BlMatchFormat(const std::vector<std::string>& availabl
   return std::any_of(available.begin(), available.end(), [&](const std::string& format) {
     return strcasecmp(format.c_str(), name.c_str()) == 0;
   });
+}
+
+std::string VideoFormateProfile::DetermineTransProfile(const std::string& kind, const std::string& path,
+                                                       const std::string& profile, bool remux,
+                                                       const FrameInformation& frame) {
+  Called("DetermineTransProfile", kind, path, profile, remux, frame.resolution_x, frame.resolution_y,
+         frame.video_codec);
+  return TheScript().trans_profile;
+}
+
+bool ForceFFmpegTranscoding(const std::string& container, const std::string& video_codec,
+                            const std::string& video_profile) {
+  Called("ForceFFmpegTranscoding", container, video_codec, video_profile);
+  return TheScript().force_ffmpeg;
+}
+
+bool WriteJsonToFile(const std::string& path, const Json::Value& value) {
+  Called("WriteJsonToFile", path, value);
+  if (TheScript().write_json) TheScript().json_files[path] = value;
+  return TheScript().write_json;
 }
 
 }  // namespace LibKinora

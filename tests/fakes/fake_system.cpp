@@ -5,6 +5,7 @@
 #include "contract/system/crvn_fs.h"
 #include "contract/system/file_output.h"
 #include "contract/system/hlibc.h"
+#include "contract/system/platform_utils.h"
 #include "contract/system/volume.h"
 #include "tests/fakes/script.h"
 
@@ -44,6 +45,25 @@ bool CRVNFSMkdirPKinora(const std::string& path, unsigned int mode) {
 }
 
 }  // namespace libkn::critical::crvnsdk
+
+namespace libkn::util {
+
+PlatformUtils& PlatformUtils::GetInst() {
+  static PlatformUtils machine;
+  return machine;
+}
+
+bool PlatformUtils::IsSupportVaapi() const {
+  Called("IsSupportVaapi");
+  return TheScript().vaapi_supported;
+}
+
+bool PlatformUtils::IsVaapiFFmpegEnabled() const {
+  Called("IsVaapiFFmpegEnabled");
+  return TheScript().vaapi_enabled;
+}
+
+}  // namespace libkn::util
 
 std::string HTTPFileOutputer::GetMimeType(const char* path) {
   Called("GetMimeType", path);

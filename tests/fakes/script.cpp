@@ -34,7 +34,8 @@ bool LinkWorkingFolder(uint64_t, const std::string& id, const std::string& type)
 
 }  // namespace
 
-Script::Script() : link_working_folder(LinkWorkingFolder), execute(RunForReal) {}
+Script::Script()
+    : link_working_folder(LinkWorkingFolder), make_fragment([] { return true; }), execute(RunForReal) {}
 
 Script& TheScript() {
   static Script script;

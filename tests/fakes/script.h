@@ -21,13 +21,24 @@ struct Script {
   // The engine: the metadata of every file, and streams.
   bool load_file = true;
   std::string container = "mp4";
+  uint64_t file_size = 0;
   std::string video_codec = "h264";
+  std::string video_profile = "High";
+  unsigned int resolution_x = 1920;
+  unsigned int resolution_y = 1080;
   Json::Value video_tracks{Json::arrayValue};
   Json::Value audio_tracks{Json::arrayValue};
   std::string stream_id = "newstream";  // empty: no id can be had
   // Makes a folder under `volume` and the link to it, like the real one; a test may put another in its place.
   std::function<bool(uint64_t bytes, const std::string& id, const std::string& type)> link_working_folder;
   std::string volume;
+  std::string engine_id = "enginestream";  // what VTE_Init gives; empty: it failed
+  bool start_stream = true;                // the success of Init
+  std::string engine_error;                // the keyword of a refusal
+  std::string manifest_path;
+  std::function<bool()> make_fragment;
+  std::string fragment_path;
+  bool close_stream = true;
 
   // The media database.
   bool database_fails = false;  // every question throws Failure
@@ -38,6 +49,12 @@ struct Script {
 
   // The format rules.
   std::vector<std::string> formats{"raw"};
+  std::string trans_profile = "hls_1080";  // empty: none fits
+  bool force_ffmpeg = true;
+
+  // JSON files as they were written last, by path; on the disk there are none.
+  bool write_json = true;
+  std::map<std::string, Json::Value> json_files;
 
   // The machine.
   bool make_folder = true;
@@ -45,7 +62,9 @@ struct Script {
       execute;                                    // by default really runs the program
   std::map<std::string, std::string> mime_types;  // by extension, with its dot
   bool set_fast_output = true;
-  std::string output = "BODY";  // what OutputFile writes to standard output
+  bool vaapi_supported = false;
+  bool vaapi_enabled = false;
+  std::string output = "BODY";  // what OutputFile and Output write to standard output
   bool output_file = true;
   int available_volumes = 1;
   VolumeInfo available_volume;
@@ -57,8 +76,9 @@ struct Script {
 // The script that answers now.
 Script& TheScript();
 
-// What was called since the last Reset, in order: `GetFile(42)`, `OutputFile("/v/a.mp4", "video/mp4")`. Left
-// out are the getters of loaded metadata and JoinString, which decide nothing.
+// What was called since the last Reset, in order: `GetFile(42)`, `OutputFile("/v/a.mp4", "video/mp4")`. An
+// operation of a stream begins with the stream's id: `Close("id")`. Left out are the getters of loaded
+// metadata, of a stream's id and of its failure, and JoinString, which decide nothing.
 std::vector<std::string>& Calls();
 
 // Objects of the database's classes that are alive.

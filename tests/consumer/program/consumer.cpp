@@ -3,9 +3,11 @@
 #include <contract/webapi/error.h>
 #include <contract/webapi/join_string.h>
 #include <library/video.h>
+#include <library/vte/adapt_streamer.h>
 #include <library/vte/open_argument.h>
 #include <library/vte/stream_initer.h>
 #include <library/vte/streamer_dispatch.h>
+#include <library/vte/throw_vte_error.h>
 
 #include <functional>
 #include <iostream>
@@ -66,6 +68,10 @@ int main() {
           "the path of the source's file");
     Check(!streamer->Stream(), "no answer for a stream that is not there");
   }
+  const std::unique_ptr<vte::Streamer> hls = vte::GetStreamerAPI("consumer", "hls_remux");
+  Check(dynamic_cast<vte::AdaptStreamer*>(hls.get()) != nullptr, "a streamer of fragments for an HLS stream");
+  if (hls) Check(!hls->Stream(), "no playlist of a stream that is not there");
+  CheckError(1205, "", [] { vte::ThrowVTEError("TransVideoNotSupported"); });
   Check(joins > 0, "the library joins paths by its caller's function");
   Check(!vte::CloseHandler("", "raw"), "no close without an id");
   return failed_checks;

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include "tests/fakes/scripted_test.h"
+#include "tests/fakes/system_log.h"
 
 namespace fs = std::filesystem;
 
@@ -103,6 +104,36 @@ TEST_F(StaleStreams, OnlyLogsForAStaleWebmStreamAndGoesOn) {
   EXPECT_TRUE(IsThere("WEBM", "one"));
   EXPECT_TRUE(IsThere("WEBM", "two"));
   ExpectLog({"vte/stream_initer:# Bad format for webapi [format = WEBM]",
+             "vte/stream_initer:# Bad format for webapi [format = WEBM]"});
+}
+
+TEST_F(StaleStreams, LeavesTheRemovalOfAnHlsStreamToTheEngine) {
+  for (const char* id : {"fresh", "stale"}) PutStream("HLS", id);
+  PutMark("HLS", "fresh", seconds(0));
+  PutMark("HLS", "stale", seconds(61));
+  EXPECT_TRUE(initer_.RemoveTimeoutDir("HLS"));
+  ExpectCalls({"LoadFile(\"/v/film.mp4\")", "HttpLiveStream(\"stale\")", "Close(\"stale\")"});
+  ExpectLog({});
+}
+
+TEST_F(StaleStreams, GoesOnWhenTheEngineCannotCloseAStream) {
+  for (const char* id : {"one", "two"}) {
+    PutStream("HLS", id);
+    PutMark("HLS", id, seconds(61));
+  }
+  TheScript().close_stream = false;
+  EXPECT_TRUE(initer_.RemoveTimeoutDir("HLS"));
+  EXPECT_EQ(kinora::fakes::LogLines().size(), 2U);
+}
+
+TEST_F(StaleStreams, EngineSweepTakesEveryTypeOfTheEngine) {
+  for (const char* type : {"HLS", "WEBM"}) {
+    PutStream(type, "stale");
+    PutMark(type, "stale", seconds(61));
+  }
+  TheScript().close_stream = false;  // so that the order shows in the log
+  initer_.RemoveTimeoutVTEDir();
+  ExpectLog({"vte/streamer:# VTE - Failed to close HLS[stale]",
              "vte/stream_initer:# Bad format for webapi [format = WEBM]"});
 }
 

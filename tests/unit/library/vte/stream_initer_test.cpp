@@ -1,5 +1,7 @@
 #include "library/vte/stream_initer.h"
 
+#include <gmock/gmock.h>
+
 #include "tests/fakes/scripted_test.h"
 
 namespace crvnkn::webapi::vte {
@@ -132,6 +134,79 @@ TEST_F(StreamIniterTest, ReportsTheLastFailureWhenNoSetUpSucceeds) {
   EXPECT_EQ(initer.last_error.Code(), 1212);
   EXPECT_EQ(initer.stream_id, "");
   EXPECT_EQ(initer.stream_format, "");
+}
+
+// A request that may be streamed in every format.
+OpenArgument WholeRequest(OpenArgument request) {
+  request.host_prefix = "https://nas:5001";
+  request.cgi_path = "/webapi/entry.cgi";
+  request.api = "CRVN.Kinora2.Stream";
+  request.sid = "session";
+  return request;
+}
+
+TEST_F(StreamIniterTest, PrefersHlsWhateverTheOrderOfWhatIsAllowed) {
+  TheScript().formats = {"raw", "hls_remux", "hls"};
+  StreamIniter initer(WholeRequest(Request(kFilm, "raw,hls_remux,hls")));
+  initer.LegacyProcess();
+  EXPECT_EQ(initer.stream_format, "hls");
+  EXPECT_EQ(initer.stream_id, "enginestream");
+  EXPECT_EQ(initer.last_error.Code(), 100);
+}
+
+TEST_F(StreamIniterTest, CopiesTheVideoForHlsRemux) {
+  TheScript().formats = {"hls_remux", "raw"};
+  StreamIniter initer(WholeRequest(Request(kFilm, "hls_remux,raw")));
+  initer.LegacyProcess();
+  EXPECT_EQ(initer.stream_format, "hls_remux");
+  EXPECT_EQ(initer.stream_id, "enginestream");
+  EXPECT_THAT(kinora::fakes::Calls(),
+              testing::Contains("DetermineTransProfile(\"HLS\", \"/v/film.mp4\", \"\", true, 1920, 1080, "
+                                "\"h264\")"));
+}
+
+TEST_F(StreamIniterTest, FallsBackToRawWhenTheEngineRefuses) {
+  TheScript().formats = {"hls", "hls_remux", "raw"};
+  TheScript().start_stream = false;
+  TheScript().engine_error = "TransSapceNotEnough";
+  StreamIniter initer(WholeRequest(Request(kFilm, "auto")));
+  initer.LegacyProcess();
+  EXPECT_EQ(initer.stream_format, "raw");
+  EXPECT_EQ(initer.stream_id, "newstream");
+  EXPECT_EQ(initer.last_error.Code(), 1203);
+}
+
+TEST_F(StreamIniterTest, ReportsTheFailureOfTheFormatTriedLast) {
+  TheScript().formats = {"raw", "hls"};
+  TheScript().start_stream = false;
+  TheScript().engine_error = "TransEnable";
+  TheScript().stream_id = "";
+  StreamIniter initer(WholeRequest(Request(kFilm, "auto")));
+  ExpectError(1212, "GetRandStreamID failed ", [&] { initer.LegacyProcess(); });
+}
+
+TEST_F(StreamIniterTest, TriesTheNextFormatWhenTheEngineGivesNoId) {
+  TheScript().formats = {"hls", "raw"};
+  TheScript().engine_id = "";  // and yet starts
+  StreamIniter initer(WholeRequest(Request(kFilm, "auto")));
+  initer.LegacyProcess();
+  EXPECT_EQ(initer.stream_format, "raw");
+  EXPECT_EQ(initer.last_error.Code(), 100);
+}
+
+TEST_F(StreamIniterTest, KeepsAChromecastsProfileForTheNextFormat) {
+  TheScript().formats = {"hls", "hls_remux"};
+  TheScript().trans_profile = "";
+  OpenArgument request = WholeRequest(Request(kFilm, "auto"));
+  request.client = "chromecast";
+  request.profile = "sd_high";
+  StreamIniter initer(request);
+  ExpectError(1212, "failed to determine profile", [&] { initer.LegacyProcess(); });
+  EXPECT_EQ(initer.profile, "appletv_hd_high");
+  EXPECT_EQ(request.profile, "sd_high");
+  EXPECT_THAT(kinora::fakes::Calls(),
+              testing::Contains("DetermineTransProfile(\"HLS\", \"/v/film.mp4\", \"appletv_hd_high\", true, "
+                                "1920, 1080, \"h264\")"));
 }
 
 TEST_F(StreamIniterTest, ReportsAnUnspecifiedFailureWhenNoSetUpMatches) {

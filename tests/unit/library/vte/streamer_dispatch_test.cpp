@@ -1,5 +1,6 @@
 #include "library/vte/streamer_dispatch.h"
 
+#include "library/vte/hls.h"
 #include "library/vte/raw.h"
 #include "tests/fakes/scripted_test.h"
 
@@ -17,11 +18,20 @@ TEST_F(StreamerDispatch, MakesARawStreamerWhateverTheCase) {
   }
 }
 
+TEST_F(StreamerDispatch, MakesAnHlsStreamerForBothWaysOfHls) {
+  for (const char* format : {"hls", "HLS", "hls_remux", "HLS_REMUX", "Hls_Remux"}) {
+    const std::unique_ptr<Streamer> streamer = GetStreamerAPI("id", format);
+    ASSERT_NE(streamer, nullptr) << format;
+    EXPECT_NE(dynamic_cast<HLS*>(streamer.get()), nullptr) << format;
+    EXPECT_EQ(streamer->GetPathAccessStatus(), "/tmp/Kinora/HLS/id/access_status");
+  }
+}
+
 TEST_F(StreamerDispatch, MakesNothingForAnUnknownFormat) {
   for (const std::string& format :
        {std::string(), std::string("webm"), std::string("WEBM"), std::string("mp4"), std::string("direct"),
         std::string("raw "), std::string(" raw"), std::string("ra"), std::string("raw\0", 4),
-        std::string("raw,hls")}) {
+        std::string("raw,hls"), std::string("hls remux"), std::string("hls_"), std::string("hls\0", 4)}) {
     EXPECT_EQ(GetStreamerAPI("id", format), nullptr) << format;
   }
   ExpectLog({});
@@ -45,6 +55,12 @@ TEST_F(StreamerDispatch, CloseRemovesTheStream) {
   EXPECT_TRUE(CloseHandler("id", "raw"));
   EXPECT_FALSE(IsThere("RAW", "id"));
   EXPECT_FALSE(std::filesystem::exists(folder));
+}
+
+TEST_F(StreamerDispatch, CloseOfAnHlsStreamIsTheEngines) {
+  EXPECT_TRUE(CloseHandler("id", "hls_remux"));
+  EXPECT_TRUE(CloseHandler("id", "HLS"));
+  ExpectCalls({"HttpLiveStream(\"id\")", "Close(\"id\")", "HttpLiveStream(\"id\")", "Close(\"id\")"});
 }
 
 TEST_F(StreamerDispatch, CloseSucceedsAgainWhenTheStreamIsGone) {

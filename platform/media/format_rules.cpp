@@ -14,80 +14,91 @@ bool Holds(const std::vector<std::string>& list, const std::string& name) {
 std::string Shown(const std::string& name) { return name.empty() ? "none" : name; }
 
 std::string Described(const FormatTraits& traits) {
-  std::string text = Shown(traits.video_codec);
-  text += traits.audio_codec.empty() ? " without sound" : " with " + traits.audio_codec;
+  std::string text = traits.video_codec;
+  if (traits.audio_codec.empty()) {
+    text += text.empty() ? "a file without picture and sound" : " without sound";
+  } else {
+    text += (text.empty() ? "" : " with ") + traits.audio_codec;
+  }
   return text + " in " + Shown(traits.container);
 }
 
-// The first codec that keeps the rule from holding, or nothing. Which track is chosen is not known when it is
-// not the first: then all must fit.
-std::optional<std::string> UnfitSound(const CopyRule& rule, const FormatTraits& traits) {
-  if (traits.default_audio) {
-    return Holds(rule.audio, traits.audio_codec) ? std::nullopt : std::optional(traits.audio_codec);
-  }
-  for (const std::string& codec : traits.track_codecs) {
-    if (!Holds(rule.audio, codec)) return codec;
-  }
-  return std::nullopt;
+// Whether the sound fits: that of the first track, or, as it is not known which other one was chosen, of all.
+template <typename Fits>
+const std::string* UnfitSound(const FormatTraits& traits, Fits fits) {
+  if (traits.default_audio) return fits(traits.audio_codec) ? nullptr : &traits.audio_codec;
+  const auto unfit = std::ranges::find_if_not(traits.track_codecs, fits);
+  return unfit == traits.track_codecs.end() ? nullptr : &*unfit;
+}
+
+// Why the rule does not hold for the sound; empty when it does.
+std::string SoundHindrance(const FormatRules& rules, const CopyRule& rule, const FormatTraits& traits) {
+  const bool decodes = Holds(rule.audio, "*");
+  const std::string* const unfit = UnfitSound(traits, [&](const std::string& codec) {
+    return Holds(rule.audio, codec) || (decodes && !Holds(rules.undecodable, codec));
+  });
+  if (unfit == nullptr) return "";
+  return decodes ? "the sound cannot be decoded" : "the audio codec " + Shown(*unfit) + " is not copied";
 }
 
 struct Copying {
-  bool possible = false;
-  std::string hindrance;
+  const CopyRule* rule = nullptr;  // the one that holds
+  std::string hindrance;           // if none does, what the one that came nearest failed for
 };
 
-// Whether one of the rules holds; if none does, what the one that came nearest failed for.
-Copying CanCopy(const FormatRule& format, const FormatTraits& traits) {
-  int nearest = 0;
-  Copying copying{false, "the container " + Shown(traits.container) + " is not copied"};
+Copying CanCopy(const FormatRules& rules, const FormatRule& format, const FormatTraits& traits) {
+  Copying copying{nullptr, "the container " + Shown(traits.container) + " is not copied"};
+  bool video_fits = false;
   for (const CopyRule& rule : format.copies) {
     if (!Holds(rule.containers, traits.container)) continue;
     if (!Holds(rule.video, traits.video_codec)) {
-      if (nearest < 1) copying.hindrance = "the video codec " + Shown(traits.video_codec) + " is not copied";
-      nearest = std::max(nearest, 1);
+      if (!video_fits) copying.hindrance = "the video codec " + Shown(traits.video_codec) + " is not copied";
       continue;
     }
-    const std::optional<std::string> sound = UnfitSound(rule, traits);
-    if (!sound) return {true, ""};
-    copying.hindrance = "the audio codec " + Shown(*sound) + " is not copied";
-    nearest = 2;
+    video_fits = true;
+    copying.hindrance = SoundHindrance(rules, rule, traits);
+    if (copying.hindrance.empty()) return {&rule, ""};
   }
   return copying;
 }
 
 // Empty when a conversion is possible.
-std::string ConversionHindrance(const FormatRules& rules, const FormatTraits& traits) {
-  if (traits.video_codec.empty()) return "there is no video";
+std::string ConversionHindrance(const FormatRules& rules, const FormatRule& format,
+                                const FormatTraits& traits) {
+  const bool sound_alone = format.sound_alone && !traits.audio_codec.empty();
+  if (traits.video_codec.empty() && !sound_alone) return "there is no video";
   if (!Holds(rules.convertible, traits.container)) {
     return "the container " + Shown(traits.container) + " is not converted";
   }
   if (Holds(rules.undecodable, traits.video_codec)) return "the video cannot be decoded";
-  const bool first_only = traits.default_audio;
-  const auto undecodable = [&](const std::string& codec) { return Holds(rules.undecodable, codec); };
-  if (first_only ? undecodable(traits.audio_codec) : std::ranges::any_of(traits.track_codecs, undecodable)) {
-    return "the sound cannot be decoded";
-  }
+  const auto decodes = [&](const std::string& codec) { return !Holds(rules.undecodable, codec); };
+  if (UnfitSound(traits, decodes) != nullptr) return "the sound cannot be decoded";
   return "";
 }
 
-FormatDecision DecideAsIs(const FormatRule& format, const FormatTraits& traits) {
+FormatDecision DecideAsIs(const FormatRules& rules, const FormatRule& format, const FormatTraits& traits) {
   if (!traits.default_audio) {
     return {format.name, Verdict::kRefused, "another sound track than the first was chosen"};
   }
-  const Copying copying = CanCopy(format, traits);
-  if (copying.possible) {
+  if (CanCopy(rules, format, traits).rule != nullptr) {
     return {format.name, Verdict::kPlaysAsIs, "browsers play " + Described(traits)};
   }
   return {format.name, Verdict::kOnRequest,
           "browsers do not play " + Described(traits) + "; a player that asks for it may"};
 }
 
+FormatDecision Copied(const FormatRule& format, const CopyRule& rule, const FormatTraits& traits) {
+  std::string reason = (Holds(rule.audio, "*") ? "the picture of " : "") + Described(traits) + " is copied";
+  if (!rule.by_name) return {format.name, Verdict::kCopies, std::move(reason)};
+  return {format.name, Verdict::kOnRequest, reason + " for players that ask for it"};
+}
+
 FormatDecision Decide(const FormatRules& rules, const FormatRule& format, const FormatTraits& traits) {
-  if (format.way == FormatWay::kAsIs) return DecideAsIs(format, traits);
-  const Copying copying = CanCopy(format, traits);
-  if (copying.possible) return {format.name, Verdict::kCopies, Described(traits) + " is copied"};
+  if (format.way == FormatWay::kAsIs) return DecideAsIs(rules, format, traits);
+  const Copying copying = CanCopy(rules, format, traits);
+  if (copying.rule != nullptr) return Copied(format, *copying.rule, traits);
   if (!format.converts) return {format.name, Verdict::kRefused, copying.hindrance};
-  const std::string hindrance = ConversionHindrance(rules, traits);
+  const std::string hindrance = ConversionHindrance(rules, format, traits);
   if (!hindrance.empty()) return {format.name, Verdict::kRefused, hindrance};
   return {format.name, Verdict::kConverts, Described(traits) + " is converted"};
 }

@@ -10,17 +10,20 @@ namespace kinora::media {
 
 enum class FormatWay { kAsIs, kRemux, kTranscode };
 
-// What goes through unchanged: any of the containers with any of the codecs. An empty audio name: no sound.
+// What goes through unchanged: any of the containers with any of the codecs. An empty audio name: no sound;
+// "*": all that can be decoded, or no sound.
 struct CopyRule {
   std::vector<std::string> containers;
   std::vector<std::string> video;
   std::vector<std::string> audio;
+  bool by_name = false;  // only for those who ask for the format by its name
 };
 
 struct FormatRule {
   std::string name;
   FormatWay way = FormatWay::kTranscode;
   bool converts = false;
+  bool sound_alone = false;  // it also converts what has no picture
   std::vector<CopyRule> copies;
 };
 
@@ -41,7 +44,7 @@ struct FormatTraits {
 
 enum class Verdict {
   kRefused,
-  kOnRequest,  // only for those who ask for it by name: some players take what browsers do not
+  kOnRequest,  // only for those who ask for it by name: some players take what others do not
   kConverts,
   kCopies,
   kPlaysAsIs,

@@ -28,11 +28,12 @@ FormatRule FormatOf(const Json::Value& json) {
   }
   rule.way = WayOf(kFile.TextAt(json, "way"));
   rule.converts = kFile.FlagAt(json, "converts");
+  rule.sound_alone = kFile.FlagAt(json, "sound_alone");
   if (DataFile::Find(json, "copies") == nullptr) return rule;
   for (const Json::Value& copy : kFile.ListAt(json, "copies")) {
     if (!copy.isObject()) kFile.Refuse("\"copies\" holds something that is no object");
-    rule.copies.push_back(
-        {kFile.TextsAt(copy, "containers"), kFile.TextsAt(copy, "video"), kFile.TextsAt(copy, "audio")});
+    rule.copies.push_back({kFile.TextsAt(copy, "containers"), kFile.TextsAt(copy, "video"),
+                           kFile.TextsAt(copy, "audio"), kFile.FlagAt(copy, "by_name")});
   }
   return rule;
 }

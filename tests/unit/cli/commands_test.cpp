@@ -274,10 +274,10 @@ TEST_F(ScanCommandTest, ExplainSaysWhatAFileIsAndWhy) {
                 "  container   mkv\n"
                 "  video       h264 (Constrained Baseline), 1280x720\n"
                 "  audio       ac3\n"
-                "  auto        webm_remux, hls, ss\n"
+                "  auto        hls_remux\n"
                 "  raw         yes: browsers do not play h264 with ac3 in mkv; a player that asks "
                 "for it may\n"
-                "  hls_remux   no:  the audio codec ac3 is not copied\n"
+                "  hls_remux   yes: the picture of h264 with ac3 in mkv is copied\n"
                 "  webm_remux  yes: h264 with ac3 in mkv is converted\n"
                 "  hls         yes: h264 with ac3 in mkv is converted\n"
                 "  ss          yes: h264 with ac3 in mkv is converted\n");

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
 namespace kinora::helper {
 namespace {
 
@@ -79,6 +83,35 @@ TEST(CodecName, BearsWhatFewPlayersTake) {
       {AV_CODEC_ID_NONE, AV_PIX_FMT_NONE, ""},
   };
   for (const auto& row : cases) EXPECT_EQ(CodecName(row.codec, row.format), row.name);
+}
+
+TEST(VideoCodecName, BearsAProfileOrLevelThatFewPlayersTake) {
+  const struct {
+    AVCodecID codec;
+    AVPixelFormat format;
+    int profile;
+    int level;
+    const char* name;
+  } cases[] = {
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_BASELINE, 30, "h264"},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_CONSTRAINED_BASELINE, 30, "h264"},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_MAIN, 40, "h264"},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_HIGH, 52, "h264"},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_UNKNOWN, FF_LEVEL_UNKNOWN, "h264"},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_HIGH, 60, "h264_rare"},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_EXTENDED, 30, "h264_rare"},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_HIGH_10, 40, "h264_rare"},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_HIGH_444_PREDICTIVE, 40, "h264_rare"},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV444P, FF_PROFILE_H264_HIGH_444_PREDICTIVE, 40, "h264_444"},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P10LE, FF_PROFILE_H264_HIGH_10, 62, "h264_10bit"},
+      {AV_CODEC_ID_HEVC, AV_PIX_FMT_YUV420P, FF_PROFILE_HEVC_REXT, 186, "hevc"},
+      {AV_CODEC_ID_MPEG4, AV_PIX_FMT_YUV420P, FF_PROFILE_MPEG4_ADVANCED_SIMPLE, 245, "mpeg4"},
+      {AV_CODEC_ID_NONE, AV_PIX_FMT_NONE, FF_PROFILE_UNKNOWN, FF_LEVEL_UNKNOWN, ""},
+  };
+  for (const auto& row : cases) {
+    EXPECT_EQ(VideoCodecName(row.codec, row.format, row.profile, row.level), row.name)
+        << row.profile << ' ' << row.level;
+  }
 }
 
 }  // namespace

@@ -185,7 +185,7 @@ TEST(Probe, TellsShapeRotationAndColour) {
       {"hevc_10bit.mkv", "rate_den", 1001},      {"h264_aac.mp4", "hdr", ""},
       {"h264_422.mkv", "codec", "h264_422"},     {"h264_444.mkv", "codec", "h264_444"},
       {"h264_10bit.mkv", "codec", "h264_10bit"}, {"prores.mov", "codec", "prores_422_10bit"},
-      {"mpeg2_mp2.mpg", "field_order", "tt"},
+      {"mpeg2_mp2.mpg", "field_order", "tt"},    {"h264_lossless.mkv", "codec", "h264_rare"},
   };
   for (const auto& row : cases) {
     EXPECT_EQ(ProbeReport(MediaFile(row.file))["video"][0][row.key], row.value) << row.file << " " << row.key;

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <map>
 #include <stdexcept>
 
 namespace kinora::media {
@@ -59,9 +61,9 @@ TEST(FormatRules, SendRawWhatBrowsersPlayWhenTheChoiceIsLeftToThem) {
       {"mp4", "h264_10bit", "aac", {"webm_remux", "hls", "ss"}},
       {"mp4", "h264_422", "aac", {"webm_remux", "hls", "ss"}},
       {"mp4", "h264_444", "aac", {"webm_remux", "hls", "ss"}},
-      {"mp4", "h264", "ac3", {"webm_remux", "hls", "ss"}},
+      {"mp4", "h264_rare", "aac", {"webm_remux", "hls", "ss"}},
       {"mp4", "h264", "opus", {"raw"}},
-      {"mov", "h264", "pcm_s16le", {"webm_remux", "hls", "ss"}},
+      {"mp4", "h264_400", "aac", {"webm_remux", "hls", "ss"}},
       {"mov", "av1", "aac", {"webm_remux", "hls", "ss"}},
       {"mp4", "hevc", "aac", {"webm_remux", "hls", "ss"}},
       {"mp4", "hevc_10bit", "aac", {"webm_remux", "hls", "ss"}},
@@ -71,21 +73,31 @@ TEST(FormatRules, SendRawWhatBrowsersPlayWhenTheChoiceIsLeftToThem) {
       // Remuxing serves.
       {"mkv", "h264", "aac", {"hls_remux"}},
       {"mkv", "h264", "", {"hls_remux"}},
+      {"mkv", "h264", "dts", {"hls_remux"}},
+      {"mp4", "h264", "ac3", {"hls_remux"}},
+      {"mov", "h264", "pcm_s16le", {"hls_remux"}},
+      {"mpegts", "h264", "aac", {"hls_remux"}},
+      {"mpegts", "h264", "ac3", {"hls_remux"}},
       {"mkv", "vp9", "opus", {"webm_remux"}},
       // Only a conversion does.
-      {"mkv", "h264", "dts", {"webm_remux", "hls", "ss"}},
+      {"avi", "h264", "mp3", {"webm_remux", "hls", "ss"}},
       {"mkv", "hevc_10bit", "aac", {"webm_remux", "hls", "ss"}},
       {"mkv", "vp9", "aac", {"webm_remux", "hls", "ss"}},
-      {"mpegts", "h264", "aac", {"webm_remux", "hls", "ss"}},
+      {"mpegts", "hevc", "aac", {"webm_remux", "hls", "ss"}},
+      {"mpegts", "mpeg2video", "ac3", {"webm_remux", "hls", "ss"}},
       {"avi", "mpeg4", "mp3", {"webm_remux", "hls", "ss"}},
       {"asf", "wmv3", "wmav2", {"webm_remux", "hls", "ss"}},
       {"ogg", "theora", "vorbis", {"webm_remux", "hls", "ss"}},
+      // Sound alone.
+      {"mp4", "", "aac", {"hls"}},
+      {"mkv", "", "flac", {"hls"}},
       // Nothing else is allowed.
       {"nut", "h264", "aac", {"raw"}},
       {"", "h264", "aac", {"raw"}},
       {"mkv", "unknown_codec", "aac", {"raw"}},
       {"mkv", "hevc", "unknown_codec", {"raw"}},
-      {"mp4", "", "aac", {"raw"}},
+      {"mp4", "", "unknown_codec", {"raw"}},
+      {"mp4", "", "", {"raw"}},
       {"", "", "", {"raw"}},
   };
   for (const auto& [container, video, audio, chosen] : cases) {
@@ -112,7 +124,7 @@ TEST(FormatRules, LeaveOnlyRawForAFileThatAllowsNothingElseAlsoWhenHlsIsAskedFor
 
 TEST(FormatRules, GiveOfAListWhatTheyAllow) {
   const FormatTraits mkv = Traits("mkv", "h264", "aac");
-  const FormatTraits dts = Traits("mkv", "h264", "dts");
+  const FormatTraits dts = Traits("avi", "h264", "dts");
   EXPECT_THAT(Choose(mkv, "hls_remux"), ElementsAre("hls_remux"));
   EXPECT_THAT(Choose(dts, "hls_remux"), ElementsAre());
   EXPECT_THAT(Choose(dts, "hls_remux,hls"), ElementsAre("hls"));
@@ -148,8 +160,8 @@ TEST(FormatRules, SendNothingAsItIsWhenAnotherTrackIsChosen) {
   EXPECT_THAT(Choose(traits, "raw"), ElementsAre());
   EXPECT_THAT(Choose(traits, "raw,hls"), ElementsAre("hls"));
   traits.track_codecs = {"aac", "ac3"};  // which of them is chosen is not known here
-  EXPECT_THAT(Choose(traits, "hls_remux"), ElementsAre());
-  EXPECT_THAT(Choose(traits, "auto"), ElementsAre("webm_remux", "hls", "ss"));
+  EXPECT_THAT(Choose(traits, "hls_remux"), ElementsAre("hls_remux"));
+  EXPECT_THAT(Choose(traits, "auto"), ElementsAre("hls_remux"));
   traits.track_codecs = {"aac", "unknown_codec"};
   EXPECT_THAT(Choose(traits, "auto"), ElementsAre());
 }
@@ -161,17 +173,119 @@ TEST(FormatRules, SayWhy) {
   EXPECT_EQ(reason("raw", Traits("mp4", "h264", "aac")), "browsers play h264 with aac in mp4");
   EXPECT_EQ(reason("raw", Traits("mkv", "hevc", "")),
             "browsers do not play hevc without sound in mkv; a player that asks for it may");
-  EXPECT_EQ(reason("hls_remux", Traits("mkv", "h264", "aac")), "h264 with aac in mkv is copied");
+  EXPECT_EQ(reason("hls_remux", Traits("mkv", "h264", "aac")),
+            "the picture of h264 with aac in mkv is copied");
+  EXPECT_EQ(reason("hls_remux", Traits("mp4", "hevc_10bit", "dts")),
+            "the picture of hevc_10bit with dts in mp4 is copied for players that ask for it");
+  EXPECT_EQ(reason("webm_remux", Traits("mkv", "vp9", "opus")), "vp9 with opus in mkv is copied");
   EXPECT_EQ(reason("hls_remux", Traits("avi", "h264", "aac")), "the container avi is not copied");
   EXPECT_EQ(reason("hls_remux", Traits("mkv", "h264_10bit", "aac")),
             "the video codec h264_10bit is not copied");
-  EXPECT_EQ(reason("hls_remux", Traits("mkv", "h264", "dts")), "the audio codec dts is not copied");
+  EXPECT_EQ(reason("hls_remux", Traits("mkv", "h264", "unknown_codec")), "the sound cannot be decoded");
   EXPECT_EQ(reason("hls", Traits("mkv", "h264", "dts")), "h264 with dts in mkv is converted");
+  EXPECT_EQ(reason("hls", Traits("mkv", "", "dts")), "dts in mkv is converted");
   EXPECT_EQ(reason("hls", Traits("nut", "h264", "aac")), "the container nut is not converted");
-  EXPECT_EQ(reason("hls", Traits("mp4", "", "aac")), "there is no video");
+  EXPECT_EQ(reason("ss", Traits("mp4", "", "aac")), "there is no video");
+  EXPECT_EQ(reason("hls", Traits("mp4", "", "")), "there is no video");
+  EXPECT_EQ(reason("raw", Traits("", "", "")),
+            "browsers do not play a file without picture and sound in none; a player that asks for it may");
   FormatTraits other = Traits("mp4", "h264", "aac");
   other.default_audio = false;
   EXPECT_EQ(reason("raw", other), "another sound track than the first was chosen");
+}
+
+TEST(FormatRules, CopyHevcOnlyForThoseWhoAskForIt) {
+  for (const char* video : {"hevc", "hevc_10bit"}) {
+    const FormatTraits traits = Traits("mkv", video, "eac3");
+    EXPECT_THAT(Choose(traits, "hls_remux"), ElementsAre("hls_remux"));
+    EXPECT_THAT(Choose(traits, "auto"), ElementsAre("webm_remux", "hls", "ss"));
+    EXPECT_THAT(Choose(traits, "hls_remux,auto"), ElementsAre("hls_remux", "webm_remux", "hls", "ss"));
+  }
+  EXPECT_THAT(Choose(Traits("mkv", "hevc_422_10bit", "eac3"), "hls_remux"), ElementsAre());
+}
+
+// Every codec, in every depth, in every container, with every sound: held against what players take, written
+// down once more.
+class FormatMatrixTest : public testing::Test {
+ protected:
+  static bool In(const std::string& name, const Names& names) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+  }
+  static bool BrowsersPlay(const std::string& container, const std::string& video, const std::string& audio) {
+    if (container == "webm") {
+      return In(video, {"vp8", "vp9", "av1"}) && In(audio, {"", "opus", "vorbis"});
+    }
+    if (container == "mov") return video == "h264" && In(audio, {"", "aac", "mp3"});
+    return container == "mp4" && In(video, {"h264", "vp9", "av1"}) &&
+           In(audio, {"", "aac", "mp3", "flac", "opus"});
+  }
+  static Verdict Remux(const std::string& container, const std::string& video, const std::string& audio) {
+    if (!In(container, {"mp4", "mov", "mkv", "mpegts"}) || audio == "unknown_codec") return Verdict::kRefused;
+    if (video == "h264") return Verdict::kCopies;
+    return In(video, {"hevc", "hevc_10bit"}) ? Verdict::kOnRequest : Verdict::kRefused;
+  }
+  static Verdict Transcode(const std::string& container, const std::string& video, const std::string& audio) {
+    const bool decodes = video != "unknown_codec" && audio != "unknown_codec" && video + audio != "";
+    return decodes && !In(container, {"nut", "rm", ""}) ? Verdict::kConverts : Verdict::kRefused;
+  }
+  static Verdict WebM(const std::string& container, const std::string& video, const std::string& audio) {
+    if (In(container, {"mp4", "mkv", "webm"}) && In(video, {"vp8", "vp9", "av1"}) &&
+        In(audio, {"", "opus", "vorbis"})) {
+      return Verdict::kCopies;
+    }
+    return video.empty() ? Verdict::kRefused : Transcode(container, video, audio);
+  }
+};
+
+TEST_F(FormatMatrixTest, EveryCombinationHasItsVerdictAndAReason) {
+  const Names containers = {"mp4", "mov", "mkv", "webm", "mpegts", "avi", "mpeg", "flv",
+                            "asf", "ogg", "mxf", "dv",   "wtv",    "rm",  "nut",  ""};
+  const Names videos = {"h264",
+                        "h264_rare",
+                        "h264_10bit",
+                        "h264_422",
+                        "h264_422_10bit",
+                        "h264_444",
+                        "h264_400",
+                        "hevc",
+                        "hevc_10bit",
+                        "hevc_12bit",
+                        "hevc_422_10bit",
+                        "vp8",
+                        "vp9",
+                        "vp9_10bit",
+                        "vp9_444",
+                        "av1",
+                        "av1_10bit",
+                        "mpeg4",
+                        "mpeg2video",
+                        "mpeg2video_422",
+                        "vc1",
+                        "wmv3",
+                        "theora",
+                        "prores_422_10bit",
+                        "unknown_codec",
+                        ""};
+  const Names audios = {"",     "aac", "mp3",    "mp2",  "opus",  "vorbis",    "flac",      "ac3",
+                        "eac3", "dts", "truehd", "alac", "wmav2", "pcm_s16le", "pcm_s24le", "unknown_codec"};
+  const FormatRules rules = Shipped();
+  for (const std::string& container : containers) {
+    for (const std::string& video : videos) {
+      for (const std::string& audio : audios) {
+        const std::map<std::string, Verdict> expected = {
+            {"raw", BrowsersPlay(container, video, audio) ? Verdict::kPlaysAsIs : Verdict::kOnRequest},
+            {"hls_remux", Remux(container, video, audio)},
+            {"webm_remux", WebM(container, video, audio)},
+            {"hls", Transcode(container, video, audio)},
+            {"ss", video.empty() ? Verdict::kRefused : Transcode(container, video, audio)}};
+        for (const FormatDecision& decision : DecideFormats(rules, Traits(container, video, audio))) {
+          EXPECT_EQ(decision.verdict, expected.at(decision.name))
+              << decision.name << ": " << video << " with " << audio << " in " << container;
+          EXPECT_NE(decision.reason, "");
+        }
+      }
+    }
+  }
 }
 
 TEST(FormatRules, NameEveryFormatOnce) {
@@ -207,6 +321,11 @@ TEST(FormatRules, AreRefusedWhenTheyAreMalformed) {
        "\"copies\" holds something that is no object"},
       {with_formats(R"([{"name": "hls", "way": "remux", "copies": [{"containers": "mp4"}]}])"),
        "\"containers\" is no list"},
+      {with_formats(R"([{"name": "hls", "way": "transcode", "sound_alone": "yes"}])"),
+       "\"sound_alone\" is neither true nor false"},
+      {with_formats(R"([{"name": "hls_remux", "way": "remux",
+                       "copies": [{"containers": [], "video": [], "audio": [], "by_name": 1}]}])"),
+       "\"by_name\" is neither true nor false"},
   };
   for (const auto& [text, reason] : cases) EXPECT_EQ(RefusalOf(text), "format rules: " + reason) << text;
   for (const std::string& text :

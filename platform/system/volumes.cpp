@@ -24,8 +24,12 @@ bool CanWrite(const std::string& volume) {
   return errno == ENOENT && ::faccessat(AT_FDCWD, volume.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
-// Nothing, with a line in the log, when the volume is not there. Its path comes without links, so that
-// folders can be made below it step by step.
+}  // namespace
+
+std::vector<std::string> VolumesOf(const Settings& settings) {
+  return settings.volumes.empty() ? std::vector<std::string>{kVar} : settings.volumes;
+}
+
 std::optional<VolumeState> LookAtVolume(const std::string& path, uint64_t floor) {
   const std::unique_ptr<char, void (*)(void*)> resolved(::realpath(path.c_str(), nullptr), ::free);
   struct statvfs info {};
@@ -40,8 +44,6 @@ std::optional<VolumeState> LookAtVolume(const std::string& path, uint64_t floor)
   state.bytes_free = free > floor ? free - floor : 0;
   return state;
 }
-
-}  // namespace
 
 VolumeChoice ChooseVolume(const std::vector<VolumeState>& volumes, uint64_t bytes_needed) {
   const VolumeState* best = nullptr;
@@ -60,8 +62,7 @@ int VolumeAvailGet(uint64_t bytes_needed, int /*type*/, VolumeInfo& volume, unsi
   using namespace kinora::system;
   const Settings settings = LoadSettings(kSettingsFile);
   std::vector<VolumeState> states;
-  for (const std::string& path :
-       settings.volumes.empty() ? std::vector<std::string>{kVar} : settings.volumes) {
+  for (const std::string& path : VolumesOf(settings)) {
     std::optional<VolumeState> state = LookAtVolume(path, settings.free_space_floor);
     if (state) states.push_back(std::move(*state));
   }

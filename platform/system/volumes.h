@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "contract/system/volume.h"
+#include "platform/system/settings.h"
 
 namespace kinora::system {
 
@@ -16,6 +17,13 @@ struct VolumeState {
   bool writable = false;
   uint64_t bytes_free = 0;  // above the floor
 };
+
+// The folders in which streams may keep their working data.
+std::vector<std::string> VolumesOf(const Settings& settings);
+
+// Nothing, with a line in the log, when the volume is not there. Its path comes without links, so that folders
+// can be made below it step by step.
+std::optional<VolumeState> LookAtVolume(const std::string& path, uint64_t floor);
 
 struct VolumeChoice {
   std::optional<VolumeInfo> volume;

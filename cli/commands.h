@@ -14,5 +14,7 @@ void AddServe(CLI::App& program);
 void AddShare(CLI::App& program);
 void AddUser(CLI::App& program);
 void AddExplain(CLI::App& program);
+void AddDoctor(CLI::App& program);
+void AddStatus(CLI::App& program);
 
 }  // namespace kinora::cli

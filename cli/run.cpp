@@ -18,6 +18,8 @@ int Run(int argc, char** argv) {
   AddServe(program);
   AddUser(program);
   AddExplain(program);
+  AddDoctor(program);
+  AddStatus(program);
   try {
     program.parse(argc, argv);
     return 0;

@@ -9,7 +9,7 @@
 
 #include "cli/commands.h"
 #include "cli/rescan_delay.h"
-#include "cli/serve_account.h"
+#include "cli/service_account.h"
 #include "platform/base/text.h"
 #include "platform/engine/look.h"
 #include "platform/engine/picture_cache.h"

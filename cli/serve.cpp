@@ -8,16 +8,18 @@
 #include <csignal>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <sstream>
 
 #include "cli/commands.h"
-#include "cli/serve_account.h"
 #include "cli/serve_config.h"
 #include "cli/serve_places.h"
 #include "cli/serve_probe.h"
 #include "cli/serve_sockets.h"
 #include "cli/serve_supervisor.h"
+#include "cli/service_account.h"
 #include "platform/base/atomic_file.h"
+#include "platform/engine/housekeeping.h"
 #include "platform/system/places.h"
 #include "platform/system/unix_listener.h"
 
@@ -31,6 +33,7 @@ constexpr char kListenerName[] = "the web API";
 constexpr char kScanName[] = "the scan";
 constexpr unsigned int kMostFailuresAtStart = 5;
 constexpr std::chrono::seconds kTimeToBecomeReady{30};
+constexpr std::chrono::hours kBetweenSweeps{1};
 
 struct ServeOptions {
   int port = -1;        // -1: as set
@@ -115,6 +118,20 @@ class Announcer {
   bool ready_ = false;
 };
 
+// Streams outlive a restart; what of them nobody will close goes by and by.
+class Housekeeper {
+ public:
+  void operator()() {
+    if (last_ && Clock::now() - *last_ < kBetweenSweeps) return;
+    last_ = Clock::now();
+    housekeeping_.Sweep();
+  }
+
+ private:
+  engine::Housekeeping housekeeping_;
+  std::optional<Clock::time_point> last_;
+};
+
 void Serve(const ServeOptions& options) {
   const pid_t parent = getppid();
   const system::Settings settings = system::LoadSettings(system::kSettingsFile);
@@ -131,11 +148,16 @@ void Serve(const ServeOptions& options) {
   const std::string path =
       options.welcome.empty() ? "/" : "/?welcome=" + MakeWelcome(options.welcome, settings);
   WriteFrontConfiguration(settings, front.port);
+  NoteFront({settings.address, front.port});
   const base::Descriptor listener = system::ListenOnUnixSocket(InRunFolder("entry.sock"));
 
   Supervisor supervisor(MakeServices(front.socket.Get(), listener.Get()));
   Announcer announcer(supervisor, settings, front.port, path);
-  supervisor.Run([&] { return announcer(); });
+  Housekeeper housekeeper;
+  supervisor.Run([&] {
+    housekeeper();
+    return announcer();
+  });
 }
 
 }  // namespace

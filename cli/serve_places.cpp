@@ -8,9 +8,11 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 #include <stdexcept>
 
+#include "platform/base/atomic_file.h"
 #include "platform/media/accounts.h"
 #include "platform/media/sessions.h"
 #include "platform/media/shares.h"
@@ -20,6 +22,7 @@ namespace kinora::cli {
 namespace {
 
 std::string LockFile() { return std::string(system::kRunFolder) + "/serve.lock"; }
+std::string FrontFile() { return std::string(system::kRunFolder) + "/front"; }
 
 void CheckProgram(const std::string& path, const std::string& remedy) {
   if (access(path.c_str(), X_OK) == 0) return;
@@ -29,13 +32,6 @@ void CheckProgram(const std::string& path, const std::string& remedy) {
 void MakeFolder(const std::string& path) {
   if (mkdir(path.c_str(), 0700) == 0 || errno == EEXIST) return;
   throw std::runtime_error("cannot make the folder " + path + ": " + std::strerror(errno));
-}
-
-bool CanRead(const std::string& folder) {
-  DIR* const open = opendir(folder.c_str());
-  if (open == nullptr) return false;
-  closedir(open);
-  return true;
 }
 
 }  // namespace
@@ -66,6 +62,30 @@ base::Descriptor LockState() {
   if (flock(file.Get(), LOCK_EX | LOCK_NB) == 0) return file;
   throw std::runtime_error(errno == EWOULDBLOCK ? "Kinora is running already with this state"
                                                 : "cannot lock " + LockFile() + ": " + std::strerror(errno));
+}
+
+bool IsServing() {
+  const base::Descriptor file(open(LockFile().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  return file && flock(file.Get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
+void NoteFront(const Front& front) {
+  base::WriteFileAtomically(FrontFile(), front.address + " " + std::to_string(front.port) + "\n", 0600);
+}
+
+std::optional<Front> RunningFront() {
+  if (!IsServing()) return std::nullopt;
+  std::ifstream file(FrontFile());
+  Front front;
+  if (!(file >> front.address >> front.port) || front.port == 0) return std::nullopt;
+  return front;
+}
+
+bool CanRead(const std::string& folder) {
+  DIR* const open = opendir(folder.c_str());
+  if (open == nullptr) return false;
+  closedir(open);
+  return true;
 }
 
 void WarnOfUnreadableShares() {

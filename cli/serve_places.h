@@ -21,6 +21,21 @@ void MakeRunFolder();
 // another one runs.
 base::Descriptor LockState();
 
+// Whether a service holds that place. Where this cannot be told, there is none.
+bool IsServing();
+
+// Where the service listens for browsers: noted by it, to be read by others.
+struct Front {
+  std::string address;
+  unsigned int port = 0;
+};
+void NoteFront(const Front& front);  // throws std::system_error
+// Of the running service; nothing when there is none, or it has noted nothing yet.
+std::optional<Front> RunningFront();
+
+// Whether the folder can be read by the effective identity; if not, errno says why.
+bool CanRead(const std::string& folder);
+
 // Says on standard error which shares this account cannot read. Throws LibKinora::db::Failure.
 void WarnOfUnreadableShares();
 

@@ -170,18 +170,17 @@ const char* ApplyLine(std::string_view line, Settings& settings) {
   return setting->set(value, settings) ? nullptr : "has a value out of its range";
 }
 
-void LogUnreadable(const std::string& path, const std::string& reason) {
-  base::Log(LOG_ERR, kUnit, "cannot read the settings in " + path + ": " + reason);
-}
+struct Text {
+  std::string content;  // empty when there is no such file
+  std::string fault;    // why it cannot be read
+};
 
-// Nothing when there is no such file; an empty text, with a line in the log, when it cannot be read.
-std::optional<std::string> ReadText(const std::string& path) {
+Text ReadText(const std::string& path) {
   const base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file && errno == ENOENT) return std::nullopt;
+  if (!file && errno == ENOENT) return {};
   struct stat info {};
   if (!file || ::fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode)) {
-    LogUnreadable(path, file ? "no plain file" : std::strerror(errno));
-    return std::string();
+    return {"", file ? "no plain file" : std::strerror(errno)};
   }
   std::string text(kMaxFileSize + 1, '\0');
   size_t size = 0;
@@ -191,33 +190,42 @@ std::optional<std::string> ReadText(const std::string& path) {
     if (got < 0) break;
     size += static_cast<size_t>(got);
   }
-  if (got < 0 || size > kMaxFileSize) {
-    LogUnreadable(path, got < 0 ? std::strerror(errno) : "the file is too long");
-    return std::string();
-  }
+  if (got < 0) return {"", std::strerror(errno)};
+  if (size > kMaxFileSize) return {"", "the file is too long"};
   text.resize(size);
-  return text;
+  return {std::move(text), ""};
 }
 
-}  // namespace
-
-Settings LoadSettings(const std::string& path) {
-  Settings settings;
-  const std::optional<std::string> text = ReadText(path);
-  if (!text) return settings;
-  std::string_view rest = *text;
+// Takes the file into the settings; what is wrong with it.
+std::vector<std::string> Apply(const std::string& path, Settings& settings) {
+  const Text text = ReadText(path);
+  if (!text.fault.empty()) return {"cannot read the settings in " + path + ": " + text.fault};
+  std::vector<std::string> faults;
+  std::string_view rest = text.content;
   for (int number = 1; !rest.empty(); ++number) {
     const size_t end = rest.find('\n');
     const std::string_view line = Trim(rest.substr(0, end));
     rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
     if (line.empty() || line.front() == '#') continue;
     const char* const complaint = ApplyLine(line, settings);
-    if (complaint != nullptr) {
-      base::Log(LOG_ERR, kUnit,
-                "line " + std::to_string(number) + " of " + path + " " + complaint + ": its default stands");
-    }
+    if (complaint == nullptr) continue;
+    faults.push_back("line " + std::to_string(number) + " of " + path + " " + complaint +
+                     ": its default stands");
   }
+  return faults;
+}
+
+}  // namespace
+
+Settings LoadSettings(const std::string& path) {
+  Settings settings;
+  for (const std::string& fault : Apply(path, settings)) base::Log(LOG_ERR, kUnit, fault);
   return settings;
+}
+
+std::vector<std::string> FaultsOfSettings(const std::string& path) {
+  Settings settings;
+  return Apply(path, settings);
 }
 
 std::vector<std::string> SettingNames() {

@@ -35,6 +35,9 @@ struct Settings {
 // is logged and the default stands. Never throws but for want of memory.
 Settings LoadSettings(const std::string& path);
 
+// What LoadSettings would log, in words for people.
+std::vector<std::string> FaultsOfSettings(const std::string& path);
+
 // The names of all keys, in alphabetical order.
 std::vector<std::string> SettingNames();
 

@@ -21,8 +21,8 @@ struct VolumeState {
 // The folders in which streams may keep their working data.
 std::vector<std::string> VolumesOf(const Settings& settings);
 
-// Nothing, with a line in the log, when the volume is not there. Its path comes without links, so that folders
-// can be made below it step by step.
+// Nothing, with a line in the log, when the volume is not there. Its path comes without links, so that
+// folders can be made below it step by step.
 std::optional<VolumeState> LookAtVolume(const std::string& path, uint64_t floor);
 
 struct VolumeChoice {

@@ -123,6 +123,43 @@ TEST(Serve, PrintsAnAddressThatSignsInOnce) {
   EXPECT_EQ(CodeOf(sign_in()), 126);
 }
 
+TEST(Serve, IsFoundByStatusAndDoctorWithItsStreams) {
+  const House house;
+  const SignedIn ann = house.SignIn("ann");
+  const std::string stream = house.OpenStream(ann, house.FilmId(ann, "h264_aac.mp4"));
+  const fs::path said = fs::temp_directory_path() / "status.out";
+  Process status({kinora::system::InTarget("bin/kinora"), "status"}, said, said);
+  EXPECT_EQ(status.Wait(), 0);
+  const std::string text = ReadWhole(said);
+  EXPECT_NE(text.find("service   answers at http://127.0.0.1:" + std::to_string(house.Port()) + "/\n"),
+            std::string::npos)
+      << text;
+  EXPECT_NE(text.find("RAW   " + stream.substr(0, 6) + "  "), std::string::npos) << text;
+  EXPECT_NE(text.find((house.Share() / "h264_aac.mp4").string() + "\n"), std::string::npos) << text;
+  Process doctor({kinora::system::InTarget("bin/kinora"), "doctor"}, said, said);
+  doctor.Wait();
+  EXPECT_NE(ReadWhole(said).find("OK    port       Kinora answers at port " + std::to_string(house.Port())),
+            std::string::npos)
+      << ReadWhole(said);
+}
+
+// Housekeeping looks at once and removes an hour later at the earliest.
+TEST(Serve, KeepsStreamsOverItsRestart) {
+  House house;
+  const SignedIn ann = house.SignIn("ann");
+  const std::string stream = house.OpenStream(ann, house.FilmId(ann, "h264_aac.mp4"));
+  const fs::path folder = fs::path(kinora::system::kWorkspace) / "RAW" / stream;
+  house.Serve().Signal(SIGTERM);
+  house.Serve().Wait();
+  const fs::path out = fs::temp_directory_path() / "again.out";
+  Process again({kinora::system::InTarget("bin/kinora"), "serve", "--port", "0"}, out, "/dev/null");
+  ASSERT_TRUE(Eventually([&] { return ReadWhole(out).ends_with("\n"); }));
+  EXPECT_TRUE(fs::exists(folder / "filepath"));
+  again.Signal(SIGTERM);
+  EXPECT_EQ(again.Wait(), 0);
+  EXPECT_TRUE(fs::exists(folder / "filepath"));
+}
+
 TEST(Front, SendsTheHeadersThatProtectThePage) {
   const House house;
   const Reply page = Fetch(house.Port(), "GET", "/", {});

@@ -109,6 +109,18 @@ INSTANTIATE_TEST_SUITE_P(Cases, SettingsBadValue,
                                          "hardware=\"YES\"", "stream_quota=\"-1\"", "unknown=\"1\""));
 
 // Every key stands in the file that is installed, once, commented out, with the built-in default.
+TEST_F(SettingsTest, TellTheirFaults) {
+  const std::string path = folder_ / "kinora.conf";
+  std::ofstream(path) << "# a remark\nport=\"1\"\nport=\"x\"\nprot=\"1\"\nport\n";
+  EXPECT_THAT(FaultsOfSettings(path),
+              ElementsAre("line 3 of " + path + " has a value out of its range: its default stands",
+                          "line 4 of " + path + " names no setting: its default stands",
+                          "line 5 of " + path + " is not of the form key=\"value\": its default stands"));
+  EXPECT_THAT(FaultsOfSettings(folder_ / "missing"), ElementsAre());
+  EXPECT_THAT(FaultsOfSettings(folder_),
+              ElementsAre("cannot read the settings in " + folder_.string() + ": no plain file"));
+}
+
 TEST_F(SettingsTest, AreDocumentedWithTheirDefaultsInTheInstalledFile) {
   std::ifstream file(std::string(KINORA_SOURCE_DIR) + "/packaging/kinora.conf");
   ASSERT_TRUE(file);

@@ -1,4 +1,4 @@
-#include "cli/serve_account.h"
+#include "cli/service_account.h"
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -1,23 +1,164 @@
 #include "platform/engine/job.h"
 
+#include <chrono>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <thread>
+
 #include "platform/base/log.h"
+#include "platform/engine/job_folder.h"
+#include "platform/engine/job_policy.h"
+#include "platform/engine/job_start.h"
+#include "platform/system/places.h"
 
 namespace kinora::engine {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr char kUnit[] = "engine/job";
+constexpr char kSoftwareMark[] = "software";  // in the stream's folder: the hardware has failed
+constexpr std::chrono::seconds kPatience{50};
+constexpr std::chrono::milliseconds kStep{10};
+
+// One request for one fragment.
+class Request {
+ public:
+  Request(const StreamFolder& folder, const StreamPlan& plan, int number)
+      : folder_(folder), plan_(plan), number_(number) {}
+
+  FragmentOutcome Serve() {
+    while (true) {
+      const std::optional<FragmentOutcome> outcome = EnsureJob();
+      if (outcome) return *outcome;
+      if (Wait()) return FragmentOutcome::kReady;
+      if (Clock::now() >= deadline_) return GiveUp("is not ready in time", FragmentOutcome::kFailed);
+    }
+  }
+
+ private:
+  // Sees to it that somebody makes the fragment. Gives the outcome when there is nothing to wait for.
+  std::optional<FragmentOutcome> EnsureJob() {
+    const base::Descriptor deciding = folder_.Lock();
+    if (!deciding) return FragmentOutcome::kGone;
+    if (!waited_) NoteWanted(folder_, number_);
+    if (HasFragment(folder_, number_)) return FragmentOutcome::kReady;
+    if (IsJobRunning(folder_)) {
+      if (IsCovered()) return std::nullopt;
+      // The newest request says where the viewer is: an older one does not take the job back.
+      if (waited_) return GiveUp("is not wanted any more", FragmentOutcome::kNoJob);
+      if (!EndRunningJob(folder_)) return FragmentOutcome::kFailed;
+      if (HasFragment(folder_, number_)) return FragmentOutcome::kReady;
+    }
+    return Start();
+  }
+
+  // A supervisor that has just been started has left the record of its starter: it holds as well.
+  bool IsCovered() const {
+    const std::optional<JobRecord> record = ReadJobRecord(folder_);
+    return record && Covers(*record, number_);
+  }
+
+  std::optional<FragmentOutcome> Start() {
+    NoteWanted(folder_, number_);
+    const engine::Start start = DecideStart(ReadLastJob(folder_), number_);
+    switch (start.kind) {
+      case Start::Kind::kNoSpace:
+        return GiveUp("has no space", FragmentOutcome::kNoSpace);
+      case Start::Kind::kGiveUp:
+        return GiveUp("cannot be encoded: " + LastWords(), FragmentOutcome::kFailed);
+      case Start::Kind::kGoInSoftware:
+        base::Log(
+            LOG_WARNING, kUnit,
+            "the hardware fails, stream " + folder_.StreamId() + " goes on in software: " + LastWords());
+        folder_.Write(kSoftwareMark, "");
+        break;
+      case Start::Kind::kGo:
+        break;
+    }
+    const bool hardware = plan_.hardware && !folder_.Read(kSoftwareMark);
+    const EncoderRun run = RunFrom(number_, plan_.grid.Count(), PresentFragments(folder_), hardware);
+    const FragmentOutcome outcome = StartJob(folder_, plan_, run, start.tries);
+    if (outcome == FragmentOutcome::kReady) return std::nullopt;
+    return GiveUp("has no encoder", outcome);
+  }
+
+  // Until the fragment is there (true), or nobody makes it any more, or it has taken too long.
+  bool Wait() {
+    waited_ = true;
+    while (Clock::now() < deadline_) {
+      if (HasFragment(folder_, number_)) return true;
+      if (!IsJobRunning(folder_) || !IsCovered()) return HasFragment(folder_, number_);
+      std::this_thread::sleep_for(kStep);
+    }
+    return false;
+  }
+
+  std::string LastWords() const {
+    const std::optional<JobRecord> record = ReadJobRecord(folder_);
+    return record && !record->words.empty() ? record->words : "the encoder was ended";
+  }
+
+  FragmentOutcome GiveUp(const std::string& why, FragmentOutcome outcome) const {
+    base::Log(LOG_ERR, kUnit,
+              "fragment " + std::to_string(number_) + " of stream " + folder_.StreamId() + " " + why);
+    return outcome;
+  }
+
+  const StreamFolder& folder_;
+  const StreamPlan& plan_;
+  const int number_;
+  const Clock::time_point deadline_ = Clock::now() + kPatience;
+  bool waited_ = false;
+};
 
 }  // namespace
 
-FragmentOutcome PrepareByJob(const StreamFolder&, const StreamPlan&, int) {
-  base::Log(LOG_ERR, kUnit, "Films are not encoded yet");
-  return FragmentOutcome::kFailed;
+FragmentOutcome PrepareByJob(const StreamFolder& folder, const StreamPlan& plan, int number) {
+  try {
+    if (HasFragment(folder, number)) {
+      NoteWanted(folder, number);
+      return FragmentOutcome::kReady;
+    }
+    return Request(folder, plan, number).Serve();
+  } catch (const std::system_error& error) {
+    base::Log(LOG_ERR, kUnit, error.what());
+    if (error.code() == std::errc::no_space_on_device) return FragmentOutcome::kNoSpace;
+    if (error.code() == std::errc::no_such_file_or_directory) return FragmentOutcome::kGone;
+    return FragmentOutcome::kFailed;
+  } catch (const std::invalid_argument& error) {  // the plan
+    base::Log(LOG_ERR, kUnit, "stream " + folder.StreamId() + " cannot be encoded: " + error.what());
+    return FragmentOutcome::kFailed;
+  }
 }
 
-bool EndJob(const StreamFolder&) { return true; }
+bool EndJob(const StreamFolder& folder) { return EndRunningJob(folder); }
 
-JobState LookAtJob(const StreamFolder&) { return {}; }
+JobState LookAtJob(const StreamFolder& folder) {
+  JobState state;
+  const std::optional<JobRecord> record = ReadJobRecord(folder);
+  if (!record) return state;
+  state.running = IsJobRunning(folder);
+  state.first = record->first;
+  state.newest = record->newest;
+  if (!state.running) return state;
+  state.pid = record->encoder.pid;
+  state.stopped = record->stopped;
+  return state;
+}
 
-int CountJobs() { return 0; }
+int CountJobs() {
+  int jobs = 0;
+  std::error_code error;
+  const std::filesystem::path streams = std::string(system::kWorkspace) + "/HLS";
+  for (std::filesystem::directory_iterator entry(streams, error);
+       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    const std::optional<StreamFolder> folder = StreamFolder::Open("HLS", entry->path().filename());
+    if (folder && IsJobRunning(*folder)) ++jobs;
+  }
+  return jobs;
+}
 
 }  // namespace kinora::engine

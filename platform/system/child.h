@@ -13,9 +13,9 @@ namespace kinora::system {
 struct ChildLimits {
   std::chrono::milliseconds deadline{60'000};  // then the child's whole process group is killed
   uint64_t address_space = 1ULL << 30;         // bytes
-  unsigned int cpu_seconds = 60;
-  uint64_t file_size = 0;     // bytes that it may write into one file; 0: it writes no files
-  size_t output = 16U << 20;  // bytes of standard output; more ends it
+  unsigned int cpu_seconds = 60;               // 0: as many as it takes
+  uint64_t file_size = 0;                      // bytes that it may write into one file; 0: it writes no files
+  size_t output = 16U << 20;                   // bytes of standard output; more ends it
 };
 
 enum class ChildIdentity {

@@ -30,9 +30,9 @@ constexpr int kFirstSignal = 1;
 constexpr const char* kEnvironment[] = {"PATH=/usr/local/bin:/usr/bin:/bin", "LANG=C.UTF-8", nullptr};
 
 // What the child may fail at before it is the program.
-enum class Step : int { kRights, kLimits, kDescriptors, kFolder, kParent, kExecute };
-constexpr const char* kStepNames[] = {"its rights", "its limits", "its descriptors",
-                                      "its folder", "its parent", "its program"};
+enum class Step : int { kRights, kLimits, kDescriptors, kFolder, kParent, kSession, kExecute };
+constexpr const char* kStepNames[] = {"its rights", "its limits",  "its descriptors", "its folder",
+                                      "its parent", "its session", "its program"};
 
 struct Report {
   Step step;
@@ -47,6 +47,7 @@ struct Plan {
   ChildLimits limits;
   ChildRights rights;
   pid_t parent = -1;
+  bool detached = false;
   int program = -1;  // the opened program; -1 when it cannot be opened
 };
 
@@ -65,10 +66,14 @@ bool Limit(__rlimit_resource resource, rlim_t soft, rlim_t hard) {
   return ::setrlimit(resource, &wanted) == 0;
 }
 
+bool LimitSeconds(unsigned int seconds) {
+  if (seconds == 0) return true;
+  // The soft limit warns with a signal that may be caught, the hard one a second later kills.
+  return Limit(RLIMIT_CPU, seconds, rlim_t{seconds} + 1);
+}
+
 bool SetLimits(const ChildLimits& limits) {
-  return Limit(RLIMIT_AS, limits.address_space, limits.address_space) &&
-         // The soft limit warns with a signal that may be caught, the hard one a second later kills.
-         Limit(RLIMIT_CPU, limits.cpu_seconds, rlim_t{limits.cpu_seconds} + 1) &&
+  return Limit(RLIMIT_AS, limits.address_space, limits.address_space) && LimitSeconds(limits.cpu_seconds) &&
          Limit(RLIMIT_FSIZE, limits.file_size, limits.file_size) && Limit(RLIMIT_CORE, 0, 0) &&
          Limit(RLIMIT_NOFILE, kOpenFiles, kOpenFiles);
 }
@@ -115,14 +120,25 @@ void Execute(Plan& plan, int program) {
     ::execveat(program, "", plan.arguments.data(), environment, AT_EMPTY_PATH);
 }
 
+// The process in between leads the session and is gone at once, so that the program belongs to process 1.
+void LeaveParent(int report) {
+  if (::setsid() < 0) GiveUp(report, Step::kSession);
+  const pid_t pid = ::fork();
+  if (pid < 0) GiveUp(report, Step::kSession);
+  if (pid > 0) ::_exit(0);
+}
+
+// After the change of rights, which takes this wish back. The parent may be gone already.
+bool DieWithParent(pid_t parent) { return ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && ::getppid() == parent; }
+
 [[noreturn]] void BecomeProgram(Plan& plan, int report) {
+  if (plan.detached) LeaveParent(report);
   ::setpgid(0, 0);
   ResetSignals();
   int program = plan.program;
   if (!ArrangeDescriptors(plan, report, program)) GiveUp(report, Step::kDescriptors);
   if (!AssumeRights(plan.rights)) GiveUp(report, Step::kRights);
-  // After the change of rights, which takes this wish back. The parent may be gone already.
-  if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || ::getppid() != plan.parent) GiveUp(report, Step::kParent);
+  if (!plan.detached && !DieWithParent(plan.parent)) GiveUp(report, Step::kParent);
   if (::chdir("/") != 0) GiveUp(report, Step::kFolder);
   if (!SetLimits(plan.limits)) GiveUp(report, Step::kLimits);
   Execute(plan, program);
@@ -215,41 +231,66 @@ bool HasStarted(const Command& command, int report) {
   return false;
 }
 
+struct ReportPipe {
+  base::Descriptor read;
+  base::Descriptor write;
+};
+
+// Forks the child that is going to be the program. -1, with a line in the log, when there is none.
+pid_t Begin(const Command& command, Plan& plan, int output, int errors, ReportPipe& report) {
+  const base::Descriptor program(::open(plan.arguments[0], O_PATH | O_CLOEXEC));
+  plan.program = program.Get();
+  const base::Descriptor input(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  std::array<int, 2> ends{};
+  if (!input || ::pipe2(ends.data(), O_CLOEXEC) != 0) {
+    Complain(command, "descriptors", std::strerror(errno));
+    return -1;
+  }
+  report.read = base::Descriptor(ends[0]);
+  report.write = base::Descriptor(ends[1]);
+  for (const auto& standard : {std::pair(input.Get(), STDIN_FILENO), std::pair(output, STDOUT_FILENO),
+                               std::pair(errors, STDERR_FILENO)}) {
+    plan.descriptors.push_back(standard);
+  }
+  const pid_t pid = Fork(plan, report.write.Get());
+  if (pid < 0) Complain(command, "a process", std::strerror(errno));
+  report.write.Reset();
+  return pid;
+}
+
 }  // namespace
 
 std::optional<Spawned> Spawn(const Command& command, int output, int errors) {
   std::optional<Plan> plan = MakePlan(command);
   if (!plan) return std::nullopt;
-  const base::Descriptor program(::open(plan->arguments[0], O_PATH | O_CLOEXEC));
-  plan->program = program.Get();
-  base::Descriptor input(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-  std::array<int, 2> ends{};
-  if (!input || ::pipe2(ends.data(), O_CLOEXEC) != 0) {
-    Complain(command, "descriptors", std::strerror(errno));
-    return std::nullopt;
-  }
-  const base::Descriptor report(ends[0]);
-  base::Descriptor child_report(ends[1]);
-  for (const auto& standard : {std::pair(input.Get(), STDIN_FILENO), std::pair(output, STDOUT_FILENO),
-                               std::pair(errors, STDERR_FILENO)}) {
-    plan->descriptors.push_back(standard);
-  }
+  ReportPipe report;
   Spawned spawned;
-  spawned.pid = Fork(*plan, child_report.Get());
-  if (spawned.pid < 0) {
-    Complain(command, "a process", std::strerror(errno));
-    return std::nullopt;
-  }
-  // What is closed here leaves room for the handle, so that a started program never goes without.
-  child_report.Reset();
-  input.Reset();
+  spawned.pid = Begin(command, *plan, output, errors, report);
+  if (spawned.pid < 0) return std::nullopt;
+  // What is closed by now leaves room for the handle, so that a started program never goes without.
   spawned.handle = base::Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, spawned.pid, 0)));
   const int error = errno;
-  if (HasStarted(command, report.Get()) && spawned.handle) return spawned;
+  if (HasStarted(command, report.read.Get()) && spawned.handle) return spawned;
   if (!spawned.handle) Complain(command, "a handle", std::strerror(error));
   ::kill(spawned.pid, SIGKILL);
   Reap(spawned.pid);
   return std::nullopt;
+}
+
+bool SpawnDetached(const Command& command) {
+  std::optional<Plan> plan = MakePlan(command);
+  if (!plan) return false;
+  plan->detached = true;
+  const base::Descriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+  if (!nowhere) {
+    Complain(command, "descriptors", std::strerror(errno));
+    return false;
+  }
+  ReportPipe report;
+  const pid_t between = Begin(command, *plan, nowhere.Get(), nowhere.Get(), report);
+  if (between < 0) return false;
+  Reap(between);
+  return HasStarted(command, report.read.Get());
 }
 
 }  // namespace kinora::system

@@ -20,4 +20,9 @@ struct Spawned {
 // program has not run a single instruction then.
 std::optional<Spawned> Spawn(const Command& command, int output, int errors);
 
+// Starts the program as nobody's: in a session of its own, not to be waited for, living on when the caller
+// ends; /dev/null is its standard input, output and error. The deadline and the output's limit mean nothing.
+// false, with a line in the log, when that cannot be done; the program has not run a single instruction then.
+bool SpawnDetached(const Command& command);
+
 }  // namespace kinora::system

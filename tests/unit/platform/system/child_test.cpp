@@ -10,6 +10,7 @@
 #include <limits>
 
 #include "platform/base/descriptor.h"
+#include "platform/system/spawn.h"
 #include "tests/unit/platform/system/child_fixture.h"
 
 namespace kinora::system {
@@ -262,6 +263,35 @@ TEST_F(RunChildTest, IsTheServiceAccountForGoodWhenTheCallerWorksUnderIt) {
 
 TEST_F(RunChildTest, HasNoCapabilityInAnyCase) {
   EXPECT_THAT(Run({"identity"}).output, AllOf(HasSubstr(kNoCapabilities), HasSubstr("NoNewPrivs:\t1")));
+}
+
+// The stub's own descriptors and session are what /proc tells of it.
+TEST_F(RunChildTest, DetachedLivesOnWithoutAnythingOfItsParent) {
+  const std::filesystem::path number = folder_ / "number";
+  const int exit_status = InOwnProcess([&] { return SpawnDetached(Stub({"leave", number})) ? 0 : 1; });
+  ASSERT_EQ(exit_status, 0);
+  for (int i = 0; i < 30'000 && NumberIn(number) == 0; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  const pid_t pid = NumberIn(number);
+  ASSERT_GT(pid, 1) << "the parent has ended, the program goes on";
+  EXPECT_NE(::getsid(pid), ::getsid(0));
+  for (const char* fd : {"0", "1", "2"}) {
+    const std::filesystem::path link = "/proc/" + std::to_string(pid) + "/fd/" + fd;
+    std::error_code hidden;  // of another account's process
+    const std::filesystem::path target = std::filesystem::read_symlink(link, hidden);
+    if (!hidden) {
+      EXPECT_EQ(target, "/dev/null") << fd;
+    }
+  }
+  ::kill(-::getpgid(pid), SIGKILL);
+  EXPECT_TRUE(EndsSoon(number));
+}
+
+TEST_F(RunChildTest, DetachedSaysWhenItCannotStart) {
+  Command command;
+  command.arguments = {folder_ / "missing"};
+  EXPECT_FALSE(SpawnDetached(command));
 }
 
 }  // namespace

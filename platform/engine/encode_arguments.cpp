@@ -1,0 +1,298 @@
+#include "platform/engine/encode_arguments.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+namespace kinora::engine {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+constexpr char kSource[] = "file:/proc/self/fd/3";
+constexpr char kFragments[] = "/proc/self/fd/4/%d.ts";
+constexpr char kPlaylist[] = "/proc/self/fd/4/made.m3u8";
+constexpr char kRenderDevice[] = "/dev/dri/renderD128";
+
+// Ahead of the first picture or packet that counts. A transport or program stream has no index to find a key
+// frame by.
+const MediaTime kPreRoll{1, 2};
+const MediaTime kPreRollWithoutIndex{5};
+const MediaTime kSoundPreRoll{1, 5};  // for the encoder's filters to settle
+
+// A cut is made at every key frame behind this, and only the forced ones exist.
+constexpr char kShortestFragment[] = "0.1";  // seconds
+
+void Append(Arguments& to, Arguments more) {
+  to.insert(to.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+// Rounded to microseconds, ffmpeg's own unit.
+std::string Decimal(const MediaTime& seconds) {
+  const int64_t micro = Floor(seconds * int64_t{1'000'000} + MediaTime(1, 2));
+  char text[32];
+  std::snprintf(text, sizeof text, "%lld.%06lld", static_cast<long long>(micro / 1'000'000),
+                static_cast<long long>(micro % 1'000'000));
+  return text;
+}
+
+std::string Fraction(const MediaTime& value) {
+  return std::to_string(value.numerator()) + "/" + std::to_string(value.denominator());
+}
+
+// ---- the source ------------------------------------------------------------------------------------------
+
+// The demuxers of each container, by VideoMetaData's name.
+constexpr std::pair<std::string_view, const char*> kDemuxers[] = {
+    {"mp4", "mov"},
+    {"mov", "mov"},
+    {"mkv", "matroska"},
+    {"webm", "matroska"},
+    {"mpegts", "mpegts"},
+    {"mpeg", "mpeg,mpegvideo"},
+    {"mxf", "mxf,mxf_opatom"},
+    {"avi", "avi"},
+    {"flv", "flv"},
+    {"asf", "asf"},
+    {"ogg", "ogg"},
+    {"rm", "rm"},
+    {"wtv", "wtv"},
+    {"dv", "dv"},
+    {"nut", "nut"},
+};
+
+const char* DemuxersOf(const std::string& container) {
+  for (const auto& [name, demuxers] : kDemuxers) {
+    if (name == container) return demuxers;
+  }
+  throw std::invalid_argument("no demuxer for [" + container + "]");
+}
+
+bool HasNoIndex(const std::string& container) { return container == "mpegts" || container == "mpeg"; }
+
+// What lies more than the pre-roll before `start` is not read.
+Arguments Source(const SourceTraits& source, const MediaTime& start) {
+  Arguments arguments;
+  const MediaTime seek = start - (HasNoIndex(source.container) ? kPreRollWithoutIndex : kPreRoll);
+  if (seek > 0) Append(arguments, {"-noaccurate_seek", "-ss", Decimal(seek)});
+  const std::string demuxers = DemuxersOf(source.container);
+  if (demuxers.find(',') == std::string::npos) Append(arguments, {"-f", demuxers});
+  Append(arguments, {"-format_whitelist", demuxers, "-protocol_whitelist", "file", "-copyts",
+                     "-start_at_zero", "-i", kSource});
+  return arguments;
+}
+
+Arguments Start() { return {"-v", "error", "-nostdin"}; }
+
+// Media time 0 is presentation time 90000.
+Arguments Times() {
+  return {"-map_metadata", "-1", "-map_chapters",      "-1",       "-muxdelay",         "0",
+          "-muxpreload",   "0",  "-avoid_negative_ts", "disabled", "-output_ts_offset", "1"};
+}
+
+// ---- the picture -----------------------------------------------------------------------------------------
+
+bool IsInterlaced(const VideoTraits& video) {
+  return !video.field_order.empty() && video.field_order != "progressive";
+}
+
+// One picture of each frame, or of each field where the output has about twice as many frames.
+std::string Deinterlacer(const StreamPlan& plan) {
+  const bool fields = plan.source.video.frame_rate > 0 &&
+                      plan.picture.frame_rate > plan.source.video.frame_rate * MediaTime(3, 2);
+  return std::string("bwdif=mode=") + (fields ? "send_field" : "send_frame") + ":deint=interlaced";
+}
+
+// Scaled first, which costs half of what mapping the large picture does. The source's properties are named,
+// since frames do not always bear what the container says.
+std::string ToneMapper(const std::string& hdr, const std::string& width, const std::string& height) {
+  const std::string transfer = hdr == "hlg" ? "arib-std-b67" : "smpte2084";
+  return "zscale=w=" + width + ":h=" + height + ":tin=" + transfer +
+         ":pin=bt2020:min=bt2020nc,zscale=t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
+         "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=tv";
+}
+
+std::string Pictures(const StreamPlan& plan, const EncoderRun& run) {
+  const SegmentGrid& grid = plan.grid;
+  const auto boundary = [&](int fragment) { return grid.boundaries.at(static_cast<size_t>(fragment)); };
+  // The fragment behind the last one is begun, so that the last one is known to be whole.
+  const int64_t frames = boundary(std::min(run.last + 2, grid.Count())) - boundary(run.first);
+  const std::string width = std::to_string(plan.picture.width);
+  const std::string height = std::to_string(plan.picture.height);
+  std::string filters;
+  if (IsInterlaced(plan.source.video)) filters += Deinterlacer(plan) + ",";
+  // The last picture stays when the film's sound is longer: every fragment of the plan has a picture.
+  filters += "tpad=stop=-1:stop_mode=clone,fps=" + Fraction(plan.picture.frame_rate) +
+             ":start_time=" + Decimal(grid.Start(run.first)) + ",trim=end_frame=" + std::to_string(frames) +
+             ",";
+  filters += plan.source.video.hdr.empty() ? "scale=" + width + ":" + height
+                                           : ToneMapper(plan.source.video.hdr, width, height);
+  return filters + ",setsar=1,format=" + (run.hardware ? "nv12,hwupload" : "yuv420p");
+}
+
+std::string KeyFrames(const SegmentGrid& grid, const EncoderRun& run) {
+  std::string times;
+  for (int n = run.first; n <= std::min(run.last + 1, grid.Count() - 1); ++n) {
+    times += (times.empty() ? "" : ",") + Decimal(grid.Start(n));
+  }
+  return times;
+}
+
+Arguments Software(const media::TransProfile& profile, const std::string& bitrate,
+                   const std::string& buffer) {
+  return {"-c:v",          "libx264",
+          "-preset",       profile.preset,
+          "-crf",          "21",
+          "-maxrate",      bitrate,
+          "-bufsize",      buffer,
+          "-profile:v",    profile.h264_profile,
+          "-level:v",      profile.h264_level,
+          "-sc_threshold", "0",
+          "-forced-idr",   "1"};
+}
+
+// The level is its number times ten there.
+Arguments Hardware(const media::TransProfile& profile, const std::string& bitrate,
+                   const std::string& buffer) {
+  const std::string name = profile.h264_profile == "baseline" ? "constrained_baseline" : profile.h264_profile;
+  std::string level = profile.h264_level;
+  std::erase(level, '.');
+  if (level.size() == 1) level += '0';
+  return {"-c:v",     "h264_vaapi", "-b:v",       bitrate, "-maxrate", bitrate,
+          "-bufsize", buffer,       "-profile:v", name,    "-level:v", level};
+}
+
+Arguments Video(const StreamPlan& plan, const EncoderRun& run) {
+  const std::string bitrate = std::to_string(plan.picture.bitrate);
+  const std::string buffer = std::to_string(plan.picture.bitrate * 2);
+  Arguments arguments = {"-map", "0:" + std::to_string(plan.source.video.track), "-vf", Pictures(plan, run)};
+  Append(arguments,
+         run.hardware ? Hardware(plan.profile, bitrate, buffer) : Software(plan.profile, bitrate, buffer));
+  Append(arguments, {"-bf", "0", "-g", "100000", "-force_key_frames", KeyFrames(plan.grid, run)});
+  return arguments;
+}
+
+// ---- the sound -------------------------------------------------------------------------------------------
+
+struct SoundEncoder {
+  Arguments arguments;
+  int64_t frame;  // samples in a packet
+  int64_t delay;  // samples by which the first packet lies before the first sample
+};
+
+constexpr int64_t kLowestFullRate = 32'000;  // Hz; below it an MP3 packet holds half as many samples
+
+SoundEncoder EncoderOf(const AudioPlan& audio) {
+  if (audio.codec == "aac") return {{"-c:a", "aac"}, 1024, 1024};
+  // Without the reservoir, by which a packet would need those before it.
+  if (audio.codec == "mp3") {
+    return {{"-c:a", "libmp3lame", "-reservoir", "0"}, audio.frequency < kLowestFullRate ? 576 : 1152, 1105};
+  }
+  throw std::invalid_argument("no encoder for [" + audio.codec + "]");
+}
+
+// Where a run of sound starts, and which of its packets count.
+struct SoundRun {
+  int64_t start = 0;    // in samples, on the absolute grid of packets
+  int64_t skipped = 0;  // packets
+};
+
+// The first packet, counted from the film's beginning, that does not lie before `time`.
+int64_t PacketAt(const MediaTime& time, const SoundEncoder& encoder, int frequency) {
+  return time.numerator() == 0 ? 0 : Ceil((time * int64_t{frequency} + encoder.delay) / encoder.frame);
+}
+
+SoundRun RunFrom(const MediaTime& start, const SoundEncoder& encoder, int frequency) {
+  if (start.numerator() == 0) return {};
+  const int64_t packet =
+      std::max<int64_t>(0, Floor((start - kSoundPreRoll) * int64_t{frequency} / encoder.frame));
+  return {packet * encoder.frame, PacketAt(start, encoder, frequency) - packet};
+}
+
+const char* LayoutOf(int channels) {
+  switch (channels) {
+    case 1:
+      return "mono";
+    case 2:
+      return "stereo";
+    case 6:
+      return "5.1";
+    default:
+      throw std::invalid_argument("no layout of " + std::to_string(channels) + " channels");
+  }
+}
+
+// Two resamplers: the second one counts `first_pts` in the rate of what it gets. Holes become silence.
+std::string Samples(const AudioPlan& audio, int64_t start) {
+  return "aresample=" + std::to_string(audio.frequency) +
+         ",aresample=async=1:first_pts=" + std::to_string(start) +
+         ",aformat=sample_fmts=fltp:channel_layouts=" + LayoutOf(audio.channels);
+}
+
+Arguments Sound(const AudioPlan& audio, const SoundEncoder& encoder, const std::string& filters,
+                const std::string& dropped) {
+  Arguments arguments = {"-map", "0:" + std::to_string(audio.track), "-af", filters};
+  Append(arguments, encoder.arguments);
+  Append(arguments, {"-ac", std::to_string(audio.channels), "-b:a", std::to_string(audio.bitrate)});
+  if (!dropped.empty()) Append(arguments, {"-bsf:a", "noise=drop=" + dropped});
+  return arguments;
+}
+
+std::string Before(int64_t packet) { return "lt(n\\," + std::to_string(packet) + ")"; }
+std::string From(int64_t packet) { return "gte(n\\," + std::to_string(packet) + ")"; }
+
+// The sound that goes with the picture. Where it ends early there is none any more.
+Arguments MuxedSound(const StreamPlan& plan, const EncoderRun& run) {
+  if (!plan.SoundIsMuxed()) return {"-an"};
+  const AudioPlan& audio = plan.audio.front();
+  const SoundEncoder encoder = EncoderOf(audio);
+  const SoundRun sound = RunFrom(plan.grid.Start(run.first), encoder, audio.frequency);
+  // Sound may set in late; the picture waits for it before anything can be written.
+  Arguments arguments = {"-max_muxing_queue_size", "65536"};
+  Append(arguments,
+         Sound(audio, encoder, Samples(audio, sound.start), sound.skipped == 0 ? "" : Before(sound.skipped)));
+  return arguments;
+}
+
+}  // namespace
+
+std::vector<std::string> JobArguments(const StreamPlan& plan, const EncoderRun& run) {
+  Arguments arguments = Start();
+  if (run.hardware) Append(arguments, {"-vaapi_device", kRenderDevice});
+  Append(arguments, Source(plan.source, plan.grid.Start(run.first)));
+  Append(arguments, Video(plan, run));
+  Append(arguments, MuxedSound(plan, run));
+  Append(arguments, Times());
+  Append(arguments, {"-sn", "-dn", "-f", "hls", "-hls_time", kShortestFragment, "-hls_list_size", "2",
+                     "-start_number", std::to_string(run.first), "-hls_flags", "temp_file",
+                     "-hls_segment_type", "mpegts", "-hls_segment_filename", kFragments, kPlaylist});
+  return arguments;
+}
+
+std::vector<std::string> AudioArguments(const StreamPlan& plan, const AudioPlan& audio, int number) {
+  const SoundEncoder encoder = EncoderOf(audio);
+  const MediaTime start = plan.grid.Start(number);
+  const MediaTime end = plan.grid.End(number);
+  const SoundRun run = RunFrom(start, encoder, audio.frequency);
+  const int64_t end_packet = PacketAt(end, encoder, audio.frequency) - run.start / encoder.frame;
+  const std::string rate = std::to_string(audio.frequency);
+  // Silence is mixed in: it has sound where the track has none, and it ends when enough has been encoded.
+  const std::string filters =
+      "[in]" + Samples(audio, run.start) + "[sound];anullsrc=r=" + rate + ":cl=" + LayoutOf(audio.channels) +
+      ",atrim=end_sample=" + std::to_string((end_packet + 1) * encoder.frame) + ",asetpts=PTS+" +
+      std::to_string(run.start) + "[silence];[silence][sound]amix=inputs=2:duration=first:normalize=0[out]";
+  const std::string dropped = (run.skipped == 0 ? "" : Before(run.skipped) + "+") + From(end_packet);
+  Arguments arguments = Start();
+  // A track without sound here is not searched for to the film's end.
+  Append(arguments, {"-t", Decimal(end - start + 3 * kPreRollWithoutIndex)});
+  Append(arguments, Source(plan.source, start));
+  Append(arguments, Sound(audio, encoder, filters, dropped));
+  Append(arguments, Times());
+  Append(arguments, {"-vn", "-sn", "-dn", "-f", "mpegts", "pipe:1"});
+  return arguments;
+}
+
+}  // namespace kinora::engine

@@ -1,0 +1,178 @@
+#include "platform/engine/job_start.h"
+
+#include <fcntl.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+
+#include "platform/base/log.h"
+#include "platform/engine/job_folder.h"
+#include "platform/engine/job_lock.h"
+#include "platform/engine/source_file.h"
+#include "platform/system/places.h"
+#include "platform/system/settings.h"
+#include "platform/system/spawn.h"
+
+namespace kinora::engine {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using base::Descriptor;
+
+constexpr char kUnit[] = "engine/job";
+constexpr char kSupervisor[] = "libexec/kinora-job";
+constexpr char kEncoder[] = "bin/ffmpeg";
+constexpr int kSourceNumber = 3;
+constexpr int kFolderNumber = 4;
+constexpr int kLockNumber = 5;
+
+// Of memory for the largest pictures and many threads. Time is bounded by the viewer's patience.
+constexpr system::ChildLimits kLimits{std::chrono::milliseconds(0), 16ULL << 30, 0, 2ULL << 30, 0};
+
+constexpr std::chrono::seconds kPoliteness{3};
+constexpr std::chrono::seconds kPatience{15};
+constexpr std::chrono::milliseconds kStep{5};
+
+bool CanRun(const std::string& program) {
+  if (::faccessat(AT_FDCWD, program.c_str(), X_OK, AT_EACCESS) == 0) return true;
+  base::Log(LOG_ERR, kUnit, program + " cannot be executed: " + std::strerror(errno));
+  return false;
+}
+
+bool HasSpace(const StreamFolder& folder, uint64_t floor) {
+  struct statvfs space {};
+  if (::statvfs(folder.WorkPath(".").c_str(), &space) != 0) return true;  // what is wrong shows elsewhere
+  return uint64_t{space.f_bavail} * space.f_frsize >= floor;
+}
+
+// The other streams that have a job.
+std::vector<OtherJob> OtherJobs(const std::string& stream_id) {
+  std::vector<OtherJob> jobs;
+  std::error_code error;
+  const std::filesystem::path streams = std::string(system::kWorkspace) + "/HLS";
+  for (std::filesystem::directory_iterator entry(streams, error);
+       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    const std::string name = entry->path().filename();
+    const std::optional<StreamFolder> folder = StreamFolder::Open("HLS", name);
+    if (name == stream_id || !folder || !IsJobRunning(*folder)) continue;
+    jobs.push_back({name, IdleMilliseconds(*folder)});
+  }
+  return jobs;
+}
+
+// Takes the stream's job lock if one more job may be at work.
+Descriptor TakePlace(const StreamFolder& folder, unsigned int most) {
+  const Descriptor one_at_a_time = TakeAdmissionLock();
+  const Admission admission = Admit(OtherJobs(folder.StreamId()), most);
+  if (!admission.admitted) {
+    base::Log(LOG_WARNING, kUnit, std::to_string(most) + " encoders are at work, no more may be");
+    return {};
+  }
+  if (!admission.ends.empty()) {
+    const std::optional<StreamFolder> other = StreamFolder::Open("HLS", admission.ends);
+    if (other && !EndRunningJob(*other)) return {};
+  }
+  return TakeJobLock(folder.WorkPath("job.lock"));
+}
+
+std::string Times(const SegmentGrid& grid, const EncoderRun& run) {
+  std::string times;
+  for (int n = run.first; n <= run.last + 1; ++n) {
+    times += (times.empty() ? "" : ",") + std::to_string(Floor(grid.Start(n) * int64_t{1000}));
+  }
+  return times;
+}
+
+std::vector<std::string> Arguments(const StreamPlan& plan, const EncoderRun& run, int tries,
+                                   const system::Settings& settings) {
+  std::vector<std::string> arguments = {system::InTarget(kSupervisor),
+                                        "--first",
+                                        std::to_string(run.first),
+                                        "--times",
+                                        Times(plan.grid, run),
+                                        "--run-ahead",
+                                        std::to_string(settings.run_ahead_seconds),
+                                        "--idle",
+                                        std::to_string(settings.idle_seconds),
+                                        "--quota",
+                                        std::to_string(settings.stream_quota),
+                                        "--floor",
+                                        std::to_string(settings.free_space_floor),
+                                        "--hardware",
+                                        run.hardware ? "1" : "0",
+                                        "--tries",
+                                        std::to_string(tries),
+                                        "--",
+                                        system::InTarget(kEncoder)};
+  for (std::string& argument : JobArguments(plan, run)) arguments.push_back(std::move(argument));
+  return arguments;
+}
+
+JobRecord RecordOfStart(const EncoderRun& run, int tries) {
+  JobRecord record;
+  record.boot = BootId();
+  record.first = run.first;
+  record.last = run.last;
+  record.newest = run.first - 1;
+  record.hardware = run.hardware;
+  record.tries = tries;
+  return record;
+}
+
+}  // namespace
+
+FragmentOutcome StartJob(const StreamFolder& folder, const StreamPlan& plan, const EncoderRun& run,
+                         int tries) {
+  const system::Settings settings = system::LoadSettings(system::kSettingsFile);
+  if (!CanRun(system::InTarget(kSupervisor)) || !CanRun(system::InTarget(kEncoder))) {
+    return FragmentOutcome::kFailed;
+  }
+  if (!HasSpace(folder, settings.free_space_floor)) return FragmentOutcome::kNoSpace;
+  const Descriptor source = OpenSource(plan.source.identity);
+  if (!source) return FragmentOutcome::kGone;
+  const Descriptor work(::open(folder.WorkPath(".").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!work) return FragmentOutcome::kGone;
+  system::Command command;
+  command.arguments = Arguments(plan, run, tries, settings);
+  command.limits = kLimits;
+  const Descriptor lock = TakePlace(folder, settings.jobs);
+  if (!lock) return FragmentOutcome::kNoJob;
+  WriteJobRecord(folder, RecordOfStart(run, tries));
+  command.descriptors = {
+      {source.Get(), kSourceNumber}, {work.Get(), kFolderNumber}, {lock.Get(), kLockNumber}};
+  return system::SpawnDetached(command) ? FragmentOutcome::kReady : FragmentOutcome::kFailed;
+}
+
+// Politely first, so that it takes its unfinished files away. A supervisor that has just been started may not
+// have said yet who it is.
+bool EndRunningJob(const StreamFolder& folder) {
+  const Clock::time_point begin = Clock::now();
+  std::optional<ProcessMark> asked;
+  while (IsJobRunning(folder)) {
+    const Clock::duration waited = Clock::now() - begin;
+    if (waited > kPatience) {
+      base::Log(LOG_ERR, kUnit, "the job of stream " + folder.StreamId() + " does not end");
+      return false;
+    }
+    const std::optional<JobRecord> record = ReadJobRecord(folder);
+    if (record && record->supervisor.pid != 0) {
+      if (waited > kPoliteness) {
+        SignalSupervisor(*record, SIGKILL);
+      } else if (asked != record->supervisor && SignalSupervisor(*record, SIGTERM)) {
+        asked = record->supervisor;
+      }
+    }
+    std::this_thread::sleep_for(kStep);
+  }
+  return true;
+}
+
+}  // namespace kinora::engine

@@ -1,0 +1,26 @@
+#include "platform/engine/stream_plan.h"
+
+#include <algorithm>
+
+namespace kinora::engine {
+
+bool StreamPlan::SoundIsMuxed() const {
+  if (audio.size() != 1) return false;
+  const AudioPlan& only = audio.front();
+  if (video == VideoWay::kCopy) return only.way == AudioWay::kCopy;
+  return video == VideoWay::kEncode && only.way == AudioWay::kEncode && only.codec == "aac";
+}
+
+const AudioPlan* StreamPlan::DefaultAudio() const {
+  const auto found =
+      std::find_if(audio.begin(), audio.end(), [](const AudioPlan& one) { return one.is_default; });
+  return found == audio.end() ? nullptr : &*found;
+}
+
+const AudioPlan* StreamPlan::FindAudio(int track) const {
+  const auto found =
+      std::find_if(audio.begin(), audio.end(), [track](const AudioPlan& one) { return one.track == track; });
+  return found == audio.end() ? nullptr : &*found;
+}
+
+}  // namespace kinora::engine

@@ -52,6 +52,7 @@ int64_t StatedBitrate(const AVStream& stream) {
 Json::Value Track(const AVStream& stream) {
   Json::Value track(Json::objectValue);
   track["id"] = stream.index;
+  track["decodable"] = avcodec_find_decoder(stream.codecpar->codec_id) != nullptr;
   const std::string language = Tag(stream.metadata, "language");
   track["language"] = language == "und" ? "" : language;
   track["title"] = Tag(stream.metadata, "title");

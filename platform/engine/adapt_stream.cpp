@@ -2,28 +2,93 @@
 
 #include <sys/stat.h>
 
+#include <optional>
+
 #include "platform/base/log.h"
+#include "platform/engine/audio_fragment.h"
+#include "platform/engine/copied_fragment.h"
 #include "platform/engine/fragment_id.h"
+#include "platform/engine/job.h"
+#include "platform/engine/source_traits.h"
 #include "platform/engine/stream_folder.h"
+#include "platform/engine/stream_opening.h"
 #include "platform/engine/vte_stream_state.h"
 
 namespace LibCrvnVTE {
 namespace {
 
 namespace engine = kinora::engine;
+using engine::FragmentOutcome;
+using engine::StreamFolder;
+using engine::StreamPlan;
 using kinora::base::Log;
 
 constexpr char kUnit[] = "engine/adapt_stream";
 
+// Who makes fragments looks first whether they are there; even then an encoder must hear what is wanted.
+// Nothing when the plan has no such fragment.
+std::optional<FragmentOutcome> Prepare(const StreamFolder& folder, const StreamPlan& plan,
+                                       const engine::FragmentId& id) {
+  if (id.number >= plan.grid.Count()) return std::nullopt;
+  if (!id.audio_track) {
+    if (plan.video == engine::VideoWay::kNone) return std::nullopt;
+    return plan.video == engine::VideoWay::kCopy ? PrepareCopied(folder, plan, id.number)
+                                                 : PrepareByJob(folder, plan, id.number);
+  }
+  const engine::AudioPlan* const audio = plan.FindAudio(*id.audio_track);
+  if (audio == nullptr || plan.SoundIsMuxed()) return std::nullopt;
+  return audio->way == engine::AudioWay::kCopy ? PrepareCopiedAudio(folder, plan, *audio, id.number)
+                                               : PrepareEncodedAudio(folder, plan, *audio, id.number);
+}
+
+const char* Describe(const std::optional<FragmentOutcome>& outcome) {
+  if (!outcome) return "the plan has no such fragment";
+  switch (*outcome) {
+    case FragmentOutcome::kReady:
+      return "it is there";
+    case FragmentOutcome::kNoJob:
+      return "as many encoders as the settings allow are at work";
+    case FragmentOutcome::kNoSpace:
+      return "the volume has no space left";
+    case FragmentOutcome::kGone:
+      return "the film or the stream is gone, or is another one now";
+    case FragmentOutcome::kFailed:
+      break;
+  }
+  return "it could not be made";
+}
+
+// Why there is no such fragment; nothing when it is there.
+std::optional<std::string> Make(const std::string& type, const std::string& stream_id,
+                                const std::string& fragment_id) {
+  const auto folder = StreamFolder::Open(type, stream_id);
+  if (!folder) return "there is no such stream";
+  const auto id = engine::ParseFragmentId(fragment_id);
+  if (!id) return "that is no fragment's id";
+  const std::optional<StreamPlan> plan = engine::ReadPlan(*folder);
+  if (!plan) return "the stream is not open";
+  if (engine::IdentifySource(plan->source.identity.path) != plan->source.identity)
+    return Describe(FragmentOutcome::kGone);
+  const std::optional<FragmentOutcome> outcome = Prepare(*folder, *plan, *id);
+  if (outcome == FragmentOutcome::kReady) return std::nullopt;
+  return Describe(outcome);
+}
+
+// A request that came just before may still start an encoder: then there is a second round.
+constexpr int kMostRounds = 3;
+
 }  // namespace
 
 bool AdaptStream::Transcoding(const std::string& fragment_id) const {
-  Log(LOG_ERR, kUnit, "No fragment [" + fragment_id + "] of the stream [" + state_->stream_id + "]");
+  const std::optional<std::string> failure = Make(state_->type, state_->stream_id, fragment_id);
+  if (!failure) return true;
+  Log(LOG_ERR, kUnit,
+      "No fragment [" + fragment_id + "] of the stream [" + state_->stream_id + "]: " + *failure);
   return false;
 }
 
 std::string AdaptStream::GetFragmentPath(const std::string& fragment_id) const {
-  const auto folder = engine::StreamFolder::Open(state_->type, state_->stream_id);
+  const auto folder = StreamFolder::Open(state_->type, state_->stream_id);
   const auto id = engine::ParseFragmentId(fragment_id);
   if (!folder || !id) return "";
   std::string path = folder->WorkPath(engine::FileName(*id));
@@ -32,6 +97,16 @@ std::string AdaptStream::GetFragmentPath(const std::string& fragment_id) const {
   return path;
 }
 
-bool AdaptStream::Close() const { return engine::RemoveStream(state_->type, state_->stream_id); }
+bool AdaptStream::Close() const {
+  for (int round = 1;; ++round) {
+    const auto folder = StreamFolder::Open(state_->type, state_->stream_id);
+    if (folder) {
+      folder->Withdraw(engine::kPlanFile);
+      engine::EndJob(*folder);
+    }
+    if (engine::RemoveStream(state_->type, state_->stream_id)) return true;
+    if (round == kMostRounds) return false;
+  }
+}
 
 }  // namespace LibCrvnVTE

@@ -1,5 +1,6 @@
 // The names of fragments, as they stand in playlists and requests: "12" is fragment 12 of the main playlist,
-// "a2_12" that of the audio track 2.
+// "a2_12" that of the audio track 2. The main playlist of
+// a film without a picture names those of its default track.
 #pragma once
 
 #include <optional>

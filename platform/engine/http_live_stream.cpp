@@ -1,29 +1,54 @@
 #include "contract/engine/http_live_stream.h"
 
-#include "platform/engine/stream_folder.h"
+#include <sys/stat.h>
+
+#include "platform/base/log.h"
+#include "platform/engine/playlists.h"
+#include "platform/engine/stream_opening.h"
 #include "platform/engine/stream_space.h"
 #include "platform/engine/vte_stream_state.h"
 
 namespace LibCrvnVTE {
+namespace {
 
 namespace engine = kinora::engine;
 
+constexpr char kUnit[] = "engine/http_live_stream";
+
+// Of an object that stands for no stream, since none could be prepared.
+engine::Refusal WhyNotPrepared() {
+  if (!engine::HasSpaceForAStream()) return {engine::kNoSpace, "no volume has the space"};
+  return {"", "no stream was prepared"};
+}
+
+}  // namespace
+
 HttpLiveStream::HttpLiveStream(const std::string& stream_id) : AdaptStream(stream_id, "HLS") {}
 
-bool HttpLiveStream::Init(const Json::Value& /*stream_url*/, const Json::Value& /*subtitle_url*/,
-                          const std::string& /*audio_track*/, const std::string& /*audio_format*/) {
-  if (state_->stream_id.empty()) {
-    state_->error = engine::HasSpaceForAStream() ? "" : "TransSapceNotEnough";
-    return false;
-  }
-  state_->error = "TransVideoNotSupported";
+bool HttpLiveStream::Init(const Json::Value& stream_url, const Json::Value& /*subtitle_url*/,
+                          const std::string& audio_track, const std::string& audio_format) {
+  state_->error.clear();
+  const auto folder = engine::StreamFolder::Open(state_->type, state_->stream_id);
+  const std::optional<engine::Refusal> refusal =
+      folder ? engine::OpenHls(*folder, stream_url, {audio_track, audio_format}) : WhyNotPrepared();
+  if (!refusal) return true;
+  kinora::base::Log(
+      LOG_ERR, kUnit,
+      "Refused the stream [" + state_->stream_id + "] " + refusal->keyword + ": " + refusal->reason);
+  state_->error = refusal->keyword;
   Close();
   return false;
 }
 
-std::string HttpLiveStream::GetMainfest(const std::string& /*playlist_type*/,
+std::string HttpLiveStream::GetMainfest(const std::string& playlist_type,
                                         const std::string& /*subtitle_id*/) const {
-  return "";
+  const auto folder = engine::StreamFolder::Open(state_->type, state_->stream_id);
+  const std::optional<std::string> file = engine::PlaylistFile(playlist_type);
+  if (!folder || !file) return "";
+  std::string path = folder->Path(*file);
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return "";
+  return path;
 }
 
 }  // namespace LibCrvnVTE

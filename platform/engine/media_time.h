@@ -7,6 +7,8 @@
 
 namespace kinora::engine {
 
+// To be compared with another MediaTime, never by == or != with a plain number: that comparison of this
+// library calls itself for ever under C++20.
 using MediaTime = boost::rational<int64_t>;
 
 inline constexpr int64_t kTransportClock = 90000;   // ticks a second

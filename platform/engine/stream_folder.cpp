@@ -120,6 +120,8 @@ void StreamFolder::Write(const std::string& name, const std::string& content) co
   base::WriteFileAtomically(Path(name), content, 0600);
 }
 
+void StreamFolder::Withdraw(const std::string& name) const { ::unlink(Path(name).c_str()); }
+
 void StreamFolder::MakeWorkFolder() const {
   const std::string work = Path(kWorkFolder);
   if (::mkdir(work.c_str(), 0700) != 0) Fail("cannot make " + work);

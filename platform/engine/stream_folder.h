@@ -38,6 +38,9 @@ class StreamFolder {
   // Written aside, synced and renamed. Throws std::system_error.
   void Write(const std::string& name, const std::string& content) const;
 
+  // Takes a record away; nobody reads it from now on. It need not be there.
+  void Withdraw(const std::string& name) const;
+
   // Makes the work folder and gives it to the identity that children have. Throws std::system_error.
   void MakeWorkFolder() const;
 

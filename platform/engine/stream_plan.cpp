@@ -23,4 +23,10 @@ const AudioPlan* StreamPlan::FindAudio(int track) const {
   return found == audio.end() ? nullptr : &*found;
 }
 
+bool StreamPlan::Encodes() const {
+  return video == VideoWay::kEncode || std::any_of(audio.begin(), audio.end(), [](const AudioPlan& one) {
+           return one.way == AudioWay::kEncode;
+         });
+}
+
 }  // namespace kinora::engine

@@ -39,6 +39,8 @@ struct VideoTraits {
   std::string field_order;   // "progressive", "tt", "bb", "tb", "bt", "": not known
   std::string hdr;           // "pq", "hlg", "": none
   std::string pixel_format;  // FFmpeg's name
+  std::string profile;       // VideoMetaData's
+  bool decodable = true;     // this machine has a decoder for it
 
   bool operator==(const VideoTraits&) const = default;
 };
@@ -52,6 +54,8 @@ struct AudioTraits {
   std::string language;  // as the file has it
   std::string title;
   bool is_default = false;  // in the file
+  std::string profile;      // VideoMetaData's
+  bool decodable = true;    // this machine has a decoder for it
 
   bool operator==(const AudioTraits&) const = default;
 };
@@ -108,12 +112,12 @@ struct StreamPlan {
 
   // Whether the sound travels in the main fragments: there is one track, and what makes the main fragments
   // makes it too, by copying both or by encoding both to AAC. Else each track is a rendition of its own,
-  // whose fragments are pure functions of this plan; of a film without a picture the default track is the
-  // main one.
+  // whose fragments are pure functions of this plan; a film without a picture has no main fragments.
   bool SoundIsMuxed() const;
 
   const AudioPlan* DefaultAudio() const;        // null: no sound
   const AudioPlan* FindAudio(int track) const;  // null: no such track
+  bool Encodes() const;                         // anything at all, picture or sound
 
   bool operator==(const StreamPlan&) const = default;
 };

@@ -12,4 +12,8 @@ inline constexpr uint64_t kSpaceOfAStream = 32ULL << 20;
 // Whether a volume has this much.
 bool HasSpaceForAStream();
 
+// Bytes on disk that all streams in the workspace take. What vanishes meanwhile, or cannot be read, counts as
+// nothing.
+uint64_t SpaceOfAllStreams();
+
 }  // namespace kinora::engine

@@ -15,6 +15,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// How many descriptors of this process lead to the file.
+int OpenHere(const std::string& path) {
+  int count = 0;
+  for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+    std::error_code error;
+    count += fs::read_symlink(entry.path(), error) == path ? 1 : 0;
+  }
+  return count;
+}
+
 class StreamFolderTest : public StreamsTest {
  protected:
   void SetUp() override {
@@ -123,7 +133,8 @@ TEST_F(StreamFolderTest, IsNotLockedByWhoWaitedUntilItWasGone) {
   ASSERT_TRUE(held);
   bool got = true;
   std::thread waiter([&] { got = static_cast<bool>(folder.Lock()); });
-  ASSERT_TRUE(RemoveStream("HLS", id_));
+  while (OpenHere(folder.Path("lock")) < 2) std::this_thread::yield();
+  EXPECT_TRUE(RemoveStream("HLS", id_));
   held.Reset();
   waiter.join();
   EXPECT_FALSE(got);

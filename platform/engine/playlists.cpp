@@ -1,0 +1,263 @@
+#include "platform/engine/playlists.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+
+#include "platform/base/text.h"
+#include "platform/engine/fragment_id.h"
+
+namespace kinora::engine {
+namespace {
+
+constexpr char kMaster[] = "master";
+constexpr char kVideo[] = "video";
+constexpr char kAudioPrefix[] = "audio_";
+constexpr char kFileSuffix[] = ".m3u8";
+
+constexpr int64_t kMicro = 1'000'000;
+
+// The job's rate control may spend what two seconds have saved, and a fragment lasts two seconds and more but
+// at the very start.
+constexpr int64_t kPeakOfEncoded = 2;
+constexpr int64_t kUnknownBitrate = 8'000'000;     // bits per second
+constexpr int64_t kUnknownSoundBitrate = 192'000;  // bits per second
+constexpr int64_t kContainerPercent = 110;         // with the headers of a transport stream
+
+bool IsUnreserved(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.' ||
+         c == '_' || c == '~';
+}
+
+// RFC 3986, 2.1.
+template <typename Keeps>
+std::string PercentEncoded(std::string_view text, Keeps keeps) {
+  std::string encoded;
+  for (const char c : text) {
+    if (keeps(c)) {
+      encoded += c;
+      continue;
+    }
+    char hex[4];
+    std::snprintf(hex, sizeof hex, "%%%02X", static_cast<unsigned char>(c));
+    encoded += hex;
+  }
+  return encoded;
+}
+
+std::string QueryPart(std::string_view text) { return PercentEncoded(text, IsUnreserved); }
+
+// An address as it was given, but for what would end a line or a quoted string.
+std::string AddressPart(std::string_view text) {
+  return PercentEncoded(text, [](char c) { return c > ' ' && c < '\x7F' && c != '"'; });
+}
+
+std::optional<std::string> QueryValue(const Json::Value& value) {
+  if (value.isString()) return value.asString();
+  if (value.isBool()) return value.asBool() ? "true" : "false";
+  if (value.isUInt64()) return std::to_string(value.asUInt64());
+  if (value.isInt64()) return std::to_string(value.asInt64());
+  return std::nullopt;
+}
+
+// What a quoted string may hold: no quotes, no line ends (RFC 8216, 4.2).
+std::string Quoted(std::string_view text) {
+  std::string line = base::ToOneLine(text);
+  std::replace(line.begin(), line.end(), '"', '\'');
+  return "\"" + line + "\"";
+}
+
+// Seconds with six digits.
+std::string Seconds(int64_t micro) {
+  char text[48];
+  std::snprintf(text, sizeof text, "%" PRId64 ".%06" PRId64, micro / kMicro, micro % kMicro);
+  return text;
+}
+
+int64_t Microseconds(const MediaTime& time) {
+  const int64_t whole = Floor(time);
+  return whole * kMicro + Floor((time - whole) * kMicro + MediaTime(1, 2));
+}
+
+// RFC 6381.
+std::string CodecString(const StreamPlan& plan, const AudioPlan& audio) {
+  if (audio.codec == "ac3") return "ac-3";
+  if (audio.codec == "eac3") return "ec-3";
+  if (audio.codec == "mp3") return "mp4a.40.34";
+  if (audio.way == AudioWay::kCopy) {
+    for (const AudioTraits& traits : plan.source.audio) {
+      if (traits.track == audio.track && traits.profile == "HE-AAC") return "mp4a.40.5";
+      if (traits.track == audio.track && traits.profile == "HE-AACv2") return "mp4a.40.29";
+    }
+  }
+  return "mp4a.40.2";
+}
+
+std::string GroupOf(const AudioPlan& audio) { return audio.codec; }
+
+std::string FileOf(const std::string& type) { return type + kFileSuffix; }
+std::string AudioType(const AudioPlan& audio) { return kAudioPrefix + std::to_string(audio.track); }
+
+// ---- media playlists -------------------------------------------------------------------------------------
+
+// The sum of the durations is that of the grid at every point: each is the difference of two rounded times.
+std::string MediaPlaylist(const SegmentGrid& grid, std::optional<int> audio_track,
+                          const StreamAddress& address) {
+  std::string segments;
+  int64_t longest = 0;
+  int64_t start = 0;
+  for (int n = 0; n < grid.Count(); ++n) {
+    const int64_t end = Microseconds(grid.End(n));
+    longest = std::max(longest, end - start);
+    segments += "#EXTINF:" + Seconds(end - start) + ",\n";
+    segments += address.OfFragment({audio_track, n}) + "\n";
+    start = end;
+  }
+  return "#EXTM3U\n#EXT-X-VERSION:4\n#EXT-X-TARGETDURATION:" +
+         std::to_string((longest + kMicro - 1) / kMicro) +
+         "\n#EXT-X-MEDIA-SEQUENCE:0\n#EXT-X-PLAYLIST-TYPE:VOD\n" + segments + "#EXT-X-ENDLIST\n";
+}
+
+// ---- the master playlist ---------------------------------------------------------------------------------
+
+std::string Rendition(const AudioPlan& audio, const StreamAddress& address) {
+  std::string line =
+      "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=" + Quoted(GroupOf(audio)) + ",NAME=" + Quoted(audio.name);
+  if (!audio.language.empty()) line += ",LANGUAGE=" + Quoted(audio.language);
+  line += audio.is_default ? ",DEFAULT=YES" : ",DEFAULT=NO";
+  line += ",AUTOSELECT=YES,CHANNELS=\"" + std::to_string(audio.channels) + "\"";
+  return line + ",URI=\"" + address.OfPlaylist(AudioType(audio)) + "\"\n";
+}
+
+// Of the group's most demanding track; `first` is one of them, or null.
+int64_t SoundBitrate(const StreamPlan& plan, const AudioPlan* first) {
+  int64_t bitrate = 0;
+  for (const AudioPlan& audio : plan.audio) {
+    if (first == nullptr || GroupOf(audio) != GroupOf(*first)) continue;
+    bitrate = std::max(bitrate, audio.bitrate > 0 ? audio.bitrate : kUnknownSoundBitrate);
+  }
+  return bitrate;
+}
+
+// Of the picture and of all tracks of the group, each once.
+std::string Codecs(const StreamPlan& plan, const AudioPlan* first) {
+  std::vector<std::string> codecs;
+  if (plan.video != VideoWay::kNone) codecs.push_back(plan.picture.codec_string);
+  for (const AudioPlan& audio : plan.audio) {
+    if (first == nullptr || GroupOf(audio) != GroupOf(*first)) continue;
+    const std::string codec = CodecString(plan, audio);
+    if (std::find(codecs.begin(), codecs.end(), codec) == codecs.end()) codecs.push_back(codec);
+  }
+  std::string list;
+  for (const std::string& codec : codecs) list += (list.empty() ? "" : ",") + codec;
+  return list;
+}
+
+int64_t PictureBitrate(const StreamPlan& plan) {
+  if (plan.video == VideoWay::kNone) return 0;
+  if (plan.video == VideoWay::kEncode) return plan.picture.bitrate * kPeakOfEncoded;
+  if (plan.picture.bitrate > 0) return plan.picture.bitrate;
+  return plan.source.bitrate > 0 ? plan.source.bitrate * kPeakOfEncoded : kUnknownBitrate;
+}
+
+std::string PictureAttributes(const StreamPlan& plan) {
+  const PicturePlan& picture = plan.picture;
+  std::string attributes;
+  if (picture.width > 0 && picture.height > 0)
+    attributes += ",RESOLUTION=" + std::to_string(picture.width) + "x" + std::to_string(picture.height);
+  if (picture.frame_rate > 0) {
+    const int64_t thousandths = Floor(picture.frame_rate * int64_t{1000} + MediaTime(1, 2));
+    char text[48];
+    std::snprintf(text, sizeof text, ",FRAME-RATE=%" PRId64 ".%03" PRId64, thousandths / 1000,
+                  thousandths % 1000);
+    attributes += text;
+  }
+  return attributes;
+}
+
+// One way to watch the film: the picture with the tracks of one group, of which `audio` is the first; null:
+// of a film without sound.
+std::string Variant(const StreamPlan& plan, const AudioPlan* audio, const StreamAddress& address) {
+  const bool pure_sound = plan.video == VideoWay::kNone;
+  const int64_t bandwidth = (PictureBitrate(plan) + SoundBitrate(plan, audio)) * kContainerPercent / 100;
+  std::string line = "#EXT-X-STREAM-INF:BANDWIDTH=" + std::to_string(bandwidth);
+  if (plan.video == VideoWay::kCopy && plan.source.bitrate > 0)
+    line += ",AVERAGE-BANDWIDTH=" + std::to_string(std::min(plan.source.bitrate, bandwidth));
+  line += ",CODECS=" + Quoted(Codecs(plan, audio));
+  if (!pure_sound) line += PictureAttributes(plan);
+  const bool renditions = audio != nullptr && !plan.SoundIsMuxed();
+  if (renditions) line += ",AUDIO=" + Quoted(GroupOf(*audio));
+  // The address of the rendition itself, so that a player sees that they are the same.
+  return line + "\n" + address.OfPlaylist(pure_sound ? AudioType(*audio) : kVideo) + "\n";
+}
+
+// The first track of each group, that of the default track in front: players start with the first variant,
+// and those that lack a codec have another one to choose.
+std::vector<const AudioPlan*> FirstOfGroups(const StreamPlan& plan) {
+  std::vector<const AudioPlan*> firsts;
+  if (const AudioPlan* const audio = plan.DefaultAudio()) firsts.push_back(audio);
+  for (const AudioPlan& audio : plan.audio) {
+    const bool known = std::any_of(firsts.begin(), firsts.end(),
+                                   [&](const AudioPlan* first) { return GroupOf(*first) == GroupOf(audio); });
+    if (!known) firsts.push_back(&audio);
+  }
+  if (firsts.empty()) firsts.push_back(nullptr);
+  return firsts;
+}
+
+std::string MasterPlaylist(const StreamPlan& plan, const StreamAddress& address) {
+  std::string text = "#EXTM3U\n#EXT-X-VERSION:4\n#EXT-X-INDEPENDENT-SEGMENTS\n";
+  if (!plan.SoundIsMuxed()) {
+    for (const AudioPlan& audio : plan.audio) text += Rendition(audio, address);
+  }
+  for (const AudioPlan* const audio : FirstOfGroups(plan)) text += Variant(plan, audio, address);
+  return text;
+}
+
+}  // namespace
+
+StreamAddress::StreamAddress(const Json::Value& url, const std::string& stream_id) {
+  const Json::Value& base = url["url"];
+  start_ = base.isString() ? AddressPart(base.asString()) : "";
+  char separator = start_.find('?') == std::string::npos ? '?' : '&';
+  for (const std::string& key : url.getMemberNames()) {
+    if (key == "url" || key == "id" || key == "playlist" || key == "fragment" || key == "name") continue;
+    const std::optional<std::string> value = QueryValue(url[key]);
+    if (!value) continue;
+    start_ += separator + QueryPart(key) + "=" + QueryPart(*value);
+    separator = '&';
+  }
+  start_ += separator + std::string("id=") + QueryPart(stream_id);
+}
+
+std::string StreamAddress::OfPlaylist(const std::string& type) const {
+  return start_ + "&playlist=" + QueryPart(type);
+}
+
+std::string StreamAddress::OfFragment(const FragmentId& id) const {
+  return start_ + "&fragment=" + ToText(id) + "&name=" + FileName(id);
+}
+
+std::vector<Playlist> MakePlaylists(const StreamPlan& plan, const StreamAddress& address) {
+  std::vector<Playlist> playlists = {{FileOf(kMaster), MasterPlaylist(plan, address)}};
+  const bool pure_sound = plan.video == VideoWay::kNone;
+  const std::optional<int> main = pure_sound ? std::optional<int>(plan.DefaultAudio()->track) : std::nullopt;
+  playlists.push_back({FileOf(kVideo), MediaPlaylist(plan.grid, main, address)});
+  if (plan.SoundIsMuxed()) return playlists;
+  for (const AudioPlan& audio : plan.audio)
+    playlists.push_back({FileOf(AudioType(audio)), MediaPlaylist(plan.grid, audio.track, address)});
+  return playlists;
+}
+
+std::optional<std::string> PlaylistFile(std::string_view type) {
+  if (type.empty() || type == kMaster) return FileOf(kMaster);
+  if (type == kVideo) return FileOf(kVideo);
+  constexpr std::string_view kPrefix = kAudioPrefix;
+  if (!type.starts_with(kPrefix)) return std::nullopt;
+  // Written as fragment ids write their track.
+  const auto id = ParseFragmentId("a" + std::string(type.substr(kPrefix.size())) + "_0");
+  if (!id || !id->audio_track) return std::nullopt;
+  return FileOf(std::string(type));
+}
+
+}  // namespace kinora::engine

@@ -4,10 +4,12 @@
 #include <functional>
 #include <string>
 
+#include "helpers/common/rights.h"
+
 namespace kinora::helper {
 
 // Runs `work` without rights and writes what it returns to standard output. Returns the program's exit code;
-// a failure is one line on standard error.
-int Answer(const std::function<std::string()>& work);
+// a failure is one line on standard error. No file that it writes to may grow beyond `file_size` bytes.
+int Answer(const std::function<std::string()>& work, uint64_t file_size = kLittle);
 
 }  // namespace kinora::helper

@@ -27,7 +27,6 @@ constexpr char kFormats[] =
     "mov,matroska,webm,mpegts,mpeg,mpegvideo,avi,flv,asf,ogg,rm,wtv,mxf,mxf_opatom,dv,nut";
 
 constexpr int kBufferSize = 64 << 10;
-constexpr int64_t kReadBudget = int64_t{256} << 20;
 constexpr int64_t kProbeSize = int64_t{8} << 20;
 constexpr int64_t kAnalyzeDuration = int64_t{10} * AV_TIME_BASE;
 constexpr size_t kMostMemoryAtOnce = size_t{512} << 20;
@@ -50,20 +49,20 @@ bool IsStillImage(const AVFormatContext& context) {
 
 }  // namespace
 
-MediaInput::MediaInput(int descriptor) {
+MediaInput::MediaInput(int descriptor, const InputOptions& options) {
   struct stat status {};
   if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
     throw Failure(kUsage, "descriptor 3 is no regular file");
   }
-  source_ = std::make_unique<Source>(Source{descriptor, status.st_size, 0, kReadBudget});
+  source_ = std::make_unique<Source>(Source{descriptor, status.st_size, 0, options.budget});
   av_max_alloc(kMostMemoryAtOnce);
   try {
-    MakeContext();
-    const AVInputFormat* format = DetectFormat();
+    MakeContext(options);
+    const AVInputFormat* format = Format(options.demuxer);
     const int code = avformat_open_input(&context_, nullptr, format, nullptr);
     if (code < 0) throw Failure(kUnreadable, "cannot be opened: " + ErrorText(code));
     if (IsStillImage(*context_)) throw Failure(kNoMedia, "no film but a picture");
-    FindStreams();
+    if (options.find_streams) FindStreams();
   } catch (...) {
     Close();
     throw;
@@ -78,16 +77,23 @@ void MediaInput::Close() {
   avio_context_free(&io_);
 }
 
-std::string MediaInput::Head(size_t length) const {
-  std::string head(length, '\0');
-  const ssize_t got = ::pread(source_->descriptor, head.data(), head.size(), 0);
-  head.resize(got > 0 ? static_cast<size_t>(got) : 0);
-  return head;
+std::string MediaInput::BytesAt(int64_t position, size_t length) const {
+  std::string bytes(length, '\0');
+  const ssize_t got = ::pread(source_->descriptor, bytes.data(), bytes.size(), position);
+  bytes.resize(got > 0 ? static_cast<size_t>(got) : 0);
+  return bytes;
 }
 
 // The offset of the descriptor is shared with whoever else has it: pread leaves it alone.
 int MediaInput::Read(void* opaque, uint8_t* buffer, int size) {
   auto& source = *static_cast<Source*>(opaque);
+  if (source.blank) {
+    const int64_t left = source.size - source.position;
+    if (left <= 0) return AVERROR_EOF;
+    const auto given = static_cast<int>(std::min<int64_t>(size, left));
+    source.position += given;
+    return given;
+  }
   if (source.budget <= 0) return AVERROR(EFBIG);
   ssize_t got;
   do {
@@ -113,7 +119,7 @@ int64_t MediaInput::Seek(void* opaque, int64_t offset, int whence) {
   return target;
 }
 
-void MediaInput::MakeContext() {
+void MediaInput::MakeContext(const InputOptions& options) {
   auto* buffer = static_cast<uint8_t*>(av_malloc(kBufferSize));
   if (buffer == nullptr) throw std::bad_alloc();
   io_ = avio_alloc_context(buffer, kBufferSize, 0, source_.get(), Read, nullptr, Seek);
@@ -124,7 +130,8 @@ void MediaInput::MakeContext() {
   context_ = avformat_alloc_context();
   if (context_ == nullptr) throw std::bad_alloc();
   context_->pb = io_;
-  context_->flags |= AVFMT_FLAG_CUSTOM_IO;
+  context_->flags |= AVFMT_FLAG_CUSTOM_IO | options.flags;
+  if (options.plain_times) context_->correct_ts_overflow = 0;
   context_->io_open = RefuseToOpen;
   context_->protocol_whitelist = av_strdup("");
   // Subtitles inside AVI are recognised by a probe of their own, which heeds this list too.
@@ -132,6 +139,13 @@ void MediaInput::MakeContext() {
   context_->max_streams = kMostStreams;
   context_->probesize = kProbeSize;
   context_->max_analyze_duration = kAnalyzeDuration;
+}
+
+const AVInputFormat* MediaInput::Format(const char* name) {
+  if (name == nullptr) return DetectFormat();
+  const AVInputFormat* format = av_match_list(name, kFormats, ',') > 0 ? av_find_input_format(name) : nullptr;
+  if (format == nullptr) throw Failure(kUsage, "no such format");
+  return format;
 }
 
 const AVInputFormat* MediaInput::DetectFormat() {

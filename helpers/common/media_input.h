@@ -29,13 +29,22 @@ class Failure : public std::runtime_error {
   int code_;
 };
 
+// How much of a file is wanted.
+struct InputOptions {
+  const char* demuxer = nullptr;        // the format's name where it is known; null: told from the content
+  bool find_streams = true;             // decode a little of every stream, to learn all about it
+  int64_t budget = int64_t{256} << 20;  // bytes that may be read
+  int flags = 0;                        // AVFMT_FLAG_...
+  bool plain_times = false;             // as they stand in the file, also where their counter starts anew
+};
+
 // The format is told from the content and must be one of a list of containers: no playlist, no list of other
 // files, no image, no text. References to other files in a container are not followed. Reading is bounded, so
 // that the size of the file hardly counts.
 class MediaInput {
  public:
   // Opens and looks at the streams. Throws Failure.
-  explicit MediaInput(int descriptor);
+  explicit MediaInput(int descriptor, const InputOptions& options = {});
   ~MediaInput();
   MediaInput(const MediaInput&) = delete;
   MediaInput& operator=(const MediaInput&) = delete;
@@ -43,7 +52,12 @@ class MediaInput {
   AVFormatContext* Get() const { return context_; }
   int64_t Size() const { return source_->size; }
   // The first bytes of the file, at most `length`.
-  std::string Head(size_t length) const;
+  std::string Head(size_t length) const { return BytesAt(0, length); }
+  // At most `length` bytes from `position` on; fewer where the file ends.
+  std::string BytesAt(int64_t position, size_t length) const;
+  // From now on the demuxer gets packets of the right size that hold nothing: for who wants to know where the
+  // packets of a film lie and not what they are. Only for files whose tables have been read.
+  void ReadBlank() { source_->blank = true; }
 
  private:
   struct Source {
@@ -51,12 +65,14 @@ class MediaInput {
     int64_t size;
     int64_t position;
     int64_t budget;  // bytes that may still be read
+    bool blank = false;
   };
   static int Read(void* opaque, uint8_t* buffer, int size);
   static int64_t Seek(void* opaque, int64_t offset, int whence);
 
-  void MakeContext();
+  void MakeContext(const InputOptions& options);
   const AVInputFormat* DetectFormat();
+  const AVInputFormat* Format(const char* name);
   void FindStreams();
   void Close();
 

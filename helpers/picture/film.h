@@ -1,8 +1,8 @@
 // Single pictures out of a film.
 #pragma once
 
+#include "helpers/common/handles.h"
 #include "helpers/common/media_input.h"
-#include "helpers/picture/handles.h"
 
 namespace kinora::helper {
 

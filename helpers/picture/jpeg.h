@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "helpers/picture/handles.h"
+#include "helpers/common/handles.h"
 
 namespace kinora::helper {
 

@@ -1,7 +1,7 @@
 // Bringing a decoded picture into the shape in which it is shown.
 #pragma once
 
-#include "helpers/picture/handles.h"
+#include "helpers/common/handles.h"
 
 namespace kinora::helper {
 

@@ -1,16 +1,248 @@
 #include "platform/engine/copied_fragment.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include "platform/base/log.h"
+#include "platform/engine/fragment_id.h"
+#include "platform/engine/media_index.h"
+#include "platform/engine/source_file.h"
+#include "platform/system/child.h"
+#include "platform/system/places.h"
+#include "platform/system/settings.h"
 
 namespace kinora::engine {
 namespace {
 
+namespace fs = std::filesystem;
+using system::ChildResult;
+
+constexpr char kUnit[] = "engine/copied_fragment";
+constexpr char kProgram[] = "libexec/kinora-remux";
+constexpr int kMediaDescriptor = 3;
+constexpr int kFragmentDescriptor = 4;
+constexpr int kIndexDescriptor = 5;
+constexpr int kNoOutput = 74;          // how the helper ends when the fragment cannot be written
 constexpr int64_t kSoundFragment = 6;  // seconds
+constexpr size_t kTransportPacket = 188;
+constexpr char kScratchSuffix[] = ".XXXXXX";
+constexpr size_t kMostKept = 16;     // fragments
+constexpr size_t kLeastKept = 4;     // whatever their size
+constexpr time_t kScratchAge = 600;  // seconds; nobody writes a fragment for so long
+
+constexpr system::ChildLimits kLimits{std::chrono::seconds(60), 1ULL << 30, 55, 1ULL << 30, 1U << 10};
+
+CopyDecision Never(std::string reason) { return {CopyVerdict::kNever, {}, std::move(reason)}; }
+
+bool IsOneOf(const std::string& text, std::initializer_list<const char*> list) {
+  return std::find(list.begin(), list.end(), text) != list.end();
+}
+
+// ---- one fragment
+
+// Which part of the film, as the helper's command line has it.
+struct Part {
+  std::string start = "-";
+  std::string end = "-";
+  std::string video = "-";
+  std::string audio = "-";
+};
+
+std::string Fraction(const MediaTime& time) {
+  return std::to_string(time.numerator()) + "/" + std::to_string(time.denominator());
+}
+
+Part PartOf(const SegmentGrid& grid, int number) {
+  Part part;
+  if (number > 0) part.start = Fraction(grid.Start(number));
+  if (number + 1 < grid.Count()) part.end = Fraction(grid.End(number));
+  return part;
+}
+
+// The helper's last packet carries nothing: a file that ends in another way was torn when the machine fell.
+bool IsWhole(const std::string& path) {
+  const base::Descriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  struct stat status {};
+  if (!file || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+  const off_t last = status.st_size - static_cast<off_t>(kTransportPacket);
+  std::array<unsigned char, kTransportPacket> packet{};
+  if (last < 0 || ::pread(file.Get(), packet.data(), packet.size(), last) != kTransportPacket) return false;
+  constexpr std::array<unsigned char, 4> kNullPacket = {0x47, 0x1f, 0xff, 0x10};
+  return std::equal(kNullPacket.begin(), kNullPacket.end(), packet.begin());
+}
+
+// A file under a passing name, which goes unless it is published.
+class Scratch {
+ public:
+  explicit Scratch(std::string path) : path_(std::move(path)), scratch_(path_ + kScratchSuffix) {
+    file_ = base::Descriptor(::mkostemp(scratch_.data(), O_CLOEXEC));
+    if (!file_) throw std::system_error(errno, std::generic_category(), "cannot make a file beside " + path_);
+  }
+  ~Scratch() {
+    if (!scratch_.empty()) ::unlink(scratch_.c_str());
+  }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+
+  int File() const { return file_.Get(); }
+  void Empty() const {
+    if (::ftruncate(file_.Get(), 0) != 0 || ::lseek(file_.Get(), 0, SEEK_SET) != 0) {
+      throw std::system_error(errno, std::generic_category(), "cannot empty " + scratch_);
+    }
+  }
+  void Publish() {
+    if (::rename(scratch_.c_str(), path_.c_str()) != 0) {
+      throw std::system_error(errno, std::generic_category(), "cannot rename " + scratch_);
+    }
+    scratch_.clear();
+  }
+
+ private:
+  std::string path_;
+  std::string scratch_;
+  base::Descriptor file_;
+};
+
+FragmentOutcome Judge(const ChildResult& result, const Part& part) {
+  if (result.Succeeded()) return FragmentOutcome::kReady;
+  const bool no_output = result.end == ChildResult::End::kExited && result.status == kNoOutput;
+  base::Log(LOG_ERR, kUnit,
+            "The fragment from " + part.start + " to " + part.end + " was not copied: " +
+                std::to_string(static_cast<int>(result.end)) + ", " + std::to_string(result.status));
+  return no_output ? FragmentOutcome::kNoSpace : FragmentOutcome::kFailed;
+}
+
+FragmentOutcome Make(const SourceIdentity& source, const Part& part, const std::string& path) {
+  const base::Descriptor film = OpenSource(source);
+  if (!film) return FragmentOutcome::kGone;
+  std::string reason;
+  const std::optional<MediaIndex> index = IndexOf(source, reason);
+  if (!index || !index->file) {
+    base::Log(LOG_ERR, kUnit, "No index of [" + source.path + "]: " + reason);
+    return FragmentOutcome::kFailed;
+  }
+  Scratch scratch(path);
+  system::Command command;
+  command.arguments = {system::InTarget(kProgram), part.start, part.end, part.video, part.audio};
+  command.descriptors = {{film.Get(), kMediaDescriptor},
+                         {scratch.File(), kFragmentDescriptor},
+                         {index->file.Get(), kIndexDescriptor}};
+  command.limits = kLimits;
+  ChildResult result = system::RunChild(command);
+  // A helper that somebody killed, the kernel for want of memory perhaps, is given one more try.
+  if (result.end == ChildResult::End::kSignalled && result.status == SIGKILL) {
+    scratch.Empty();
+    result = system::RunChild(command);
+  }
+  const FragmentOutcome outcome = Judge(result, part);
+  if (outcome != FragmentOutcome::kReady) return outcome;
+  if (!OpenSource(source)) return FragmentOutcome::kGone;  // changed while it was read
+  scratch.Publish();
+  return FragmentOutcome::kReady;
+}
+
+// ---- what a stream keeps
+
+struct KeptFile {
+  fs::path path;
+  timespec used{};
+  uint64_t size = 0;
+};
+
+bool IsLater(const KeptFile& a, const KeptFile& b) {
+  return std::pair(a.used.tv_sec, a.used.tv_nsec) > std::pair(b.used.tv_sec, b.used.tv_nsec);
+}
+
+// Whole fragments, and what writers that died have left.
+void Sort(const std::string& folder, std::vector<KeptFile>& fragments, std::vector<fs::path>& scratch) {
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    const fs::path& path = entry->path();
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
+    if (path.extension() == ".ts") {
+      fragments.push_back({path, status.st_mtim, static_cast<uint64_t>(status.st_size)});
+    } else if (path.stem().extension() == ".ts" && ::time(nullptr) - status.st_mtime > kScratchAge) {
+      scratch.push_back(path);
+    }
+  }
+}
+
+// The fragments that were wanted longest ago go. One that is being read can go: its reader has it open.
+void RemoveOld(const std::string& folder, uint64_t quota) {
+  std::vector<KeptFile> fragments;
+  std::vector<fs::path> gone;
+  Sort(folder, fragments, gone);
+  std::sort(fragments.begin(), fragments.end(), IsLater);
+  uint64_t bytes = 0;
+  for (size_t i = 0; i < fragments.size(); ++i) {
+    bytes += fragments[i].size;
+    if (i >= kMostKept || (i >= kLeastKept && bytes > quota)) gone.push_back(fragments[i].path);
+  }
+  for (const fs::path& path : gone) ::unlink(path.c_str());
+}
+
+// Counts as wanted just now.
+bool Touch(const std::string& path) { return ::utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0; }
+
+FragmentOutcome Prepare(const StreamFolder& folder, const SourceIdentity& source, const FragmentId& id,
+                        const Part& part) {
+  const std::string path = folder.WorkPath(FileName(id));
+  if (IsWhole(path) && Touch(path)) return FragmentOutcome::kReady;
+  try {
+    const FragmentOutcome outcome = Make(source, part, path);
+    if (outcome == FragmentOutcome::kReady) {
+      RemoveOld(folder.WorkPath(""), system::LoadSettings(system::kSettingsFile).stream_quota);
+    }
+    return outcome;
+  } catch (const std::system_error& error) {
+    base::Log(LOG_ERR, kUnit, error.what());
+    if (error.code() == std::errc::no_space_on_device) return FragmentOutcome::kNoSpace;
+    return error.code() == std::errc::no_such_file_or_directory ? FragmentOutcome::kGone
+                                                                : FragmentOutcome::kFailed;
+  }
+}
+
+bool HasFragment(const SegmentGrid& grid, int number) { return number >= 0 && number < grid.Count(); }
 
 }  // namespace
 
-CopyDecision PlanCopy(const SourceTraits&) {
-  return {CopyVerdict::kNever, {}, "films of this container are not cut yet"};
+bool IsCopiedFrom(const std::string& container) {
+  return IsOneOf(container, {"mp4", "mov", "mkv", "webm", "mpegts"});
+}
+
+CopyDecision PlanCopy(const SourceTraits& source) {
+  if (source.video.track < 0) return Never("it has no picture");
+  if (!IsOneOf(source.video.codec, {"h264", "hevc"}))
+    return Never("players are not given " + source.video.codec);
+  if (!IsCopiedFrom(source.container)) return Never("films in " + source.container + " are not cut");
+  std::string reason;
+  const std::optional<MediaIndex> index = IndexOf(source.identity, reason);
+  if (!index) return Never(reason);
+  const FilmCuts& film = index->film;
+  if (!film.indexed) return {CopyVerdict::kNotYet, {}, "it has no index and has not been scanned"};
+  if (!film.trouble.empty()) return Never(film.trouble);
+  if (film.video != source.video.track) return Never("another picture leads it");
+  CopyPlan plan;
+  plan.grid.unit = MediaTime(1, kTransportClock);
+  plan.grid.boundaries = film.cuts;
+  plan.frame_rate = film.frame_rate;
+  plan.codec_string = film.codec;
+  plan.peak_bitrate = film.peak_bitrate;
+  return {CopyVerdict::kCopies, std::move(plan), ""};
 }
 
 SegmentGrid MakeSoundGrid(const MediaTime& duration) {
@@ -26,12 +258,20 @@ SegmentGrid MakeSoundGrid(const MediaTime& duration) {
   return grid;
 }
 
-FragmentOutcome PrepareCopied(const StreamFolder&, const StreamPlan&, int) {
-  return FragmentOutcome::kFailed;
+FragmentOutcome PrepareCopied(const StreamFolder& folder, const StreamPlan& plan, int number) {
+  if (!HasFragment(plan.grid, number)) return FragmentOutcome::kFailed;
+  Part part = PartOf(plan.grid, number);
+  part.video = std::to_string(plan.source.video.track);
+  if (plan.SoundIsMuxed()) part.audio = std::to_string(plan.audio.front().track);
+  return Prepare(folder, plan.source.identity, FragmentId{std::nullopt, number}, part);
 }
 
-FragmentOutcome PrepareCopiedAudio(const StreamFolder&, const StreamPlan&, const AudioPlan&, int) {
-  return FragmentOutcome::kFailed;
+FragmentOutcome PrepareCopiedAudio(const StreamFolder& folder, const StreamPlan& plan, const AudioPlan& audio,
+                                   int number) {
+  if (!HasFragment(plan.grid, number)) return FragmentOutcome::kFailed;
+  Part part = PartOf(plan.grid, number);
+  part.audio = std::to_string(audio.track);
+  return Prepare(folder, plan.source.identity, FragmentId{audio.track, number}, part);
 }
 
 }  // namespace kinora::engine

@@ -31,15 +31,18 @@ struct CopyDecision {
   std::string reason;  // for the log, when it does not
 };
 
+// Whether packets can be copied from films in this container (VideoMetaData's name), sound alone included.
+bool IsCopiedFrom(const std::string& container);
+
 // Reads the container's index through a helper, or from what is kept of an earlier time, and cuts the film at
 // its own key frames, at least about six seconds apart.
 CopyDecision PlanCopy(const SourceTraits& source);
 
-// The same for sound alone: a grid of six seconds.
+// For sound alone: a grid of six seconds.
 SegmentGrid MakeSoundGrid(const MediaTime& duration);
 
 // Makes main fragment `number`: the video, and the sound when the plan has it muxed. Fragments made long ago
-// go, so that a stream keeps a few only.
+// go, so that a stream keeps a few only: who does not find the file any more when he opens it asks again.
 FragmentOutcome PrepareCopied(const StreamFolder& folder, const StreamPlan& plan, int number);
 
 // Makes fragment `number` of an audio track (AudioWay::kCopy) that is a rendition of its own.

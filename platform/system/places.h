@@ -14,6 +14,7 @@ inline constexpr char kSettingsFile[] = "/var/packages/Kinora/etc/kinora.conf";
 inline constexpr char kVar[] = "/var/packages/Kinora/var";
 inline constexpr char kDatabaseFile[] = "/var/packages/Kinora/var/database/kinora.db";
 inline constexpr char kPictureCache[] = "/var/packages/Kinora/var/pictures";
+inline constexpr char kIndexCache[] = "/var/packages/Kinora/var/indexes";
 inline constexpr char kRunFolder[] = "/var/packages/Kinora/var/run";  // sockets, pids, locks
 
 // On each volume, the folders of the streams that work there.

@@ -1,0 +1,92 @@
+// kinora-remux START END VIDEO AUDIO: copies a part of the film that is open as descriptor 3 into a fragment
+// of a transport stream, and writes that to descriptor 4. Descriptor 5 is what kinora-index has said of the
+// film. Opens nothing, ends as exit_codes.h says; the fragment is whole only if it ends with 0.
+//
+// START and END are seconds of media time as fractions, "135135/22500"; "-" as START stands for all that
+// comes first, as END for all that comes last. VIDEO and AUDIO are the streams' numbers in the file, or "-".
+// A fragment with video must begin and end at cuts of the index.
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <charconv>
+#include <cstdio>
+#include <optional>
+#include <string_view>
+
+#include "helpers/common/answer.h"
+#include "helpers/common/exit_codes.h"
+#include "helpers/remux/demuxed.h"
+#include "helpers/remux/listed.h"
+
+namespace {
+
+using kinora::helper::Failure;
+using kinora::helper::IndexReader;
+using kinora::helper::Moment;
+
+constexpr int kFragmentDescriptor = 4;
+constexpr int kIndexDescriptor = 5;
+constexpr uint64_t kLargestFragment = uint64_t{1} << 30;  // bytes
+
+template <typename Number>
+Number NumberFrom(std::string_view text, Number least, Number most) {
+  Number number = 0;
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || stop != text.data() + text.size() || number < least || number > most) {
+    throw Failure(kinora::helper::kUsage, "no such number");
+  }
+  return number;
+}
+
+std::optional<Moment> MomentFrom(std::string_view text) {
+  if (text == "-") return std::nullopt;
+  const size_t slash = text.find('/');
+  if (slash == std::string_view::npos) throw Failure(kinora::helper::kUsage, "no fraction");
+  return Moment{NumberFrom<int64_t>(text.substr(0, slash), 0, kinora::helper::kLatest),
+                NumberFrom<int64_t>(text.substr(slash + 1), 1, int64_t{1} << 31)};
+}
+
+std::optional<int> TrackFrom(std::string_view text) {
+  if (text == "-") return std::nullopt;
+  return NumberFrom<int>(text, 0, kinora::helper::kMostStreams);
+}
+
+// What lies behind the line of JSON. It stays mapped until the program ends.
+std::string_view MapIndex() {
+  struct stat status {};
+  if (::fstat(kIndexDescriptor, &status) != 0 || status.st_size <= 0) {
+    throw Failure(kinora::helper::kUsage, "descriptor 5 is no index");
+  }
+  const auto size = static_cast<size_t>(status.st_size);
+  void* bytes = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, kIndexDescriptor, 0);
+  if (bytes == MAP_FAILED) throw Failure(kinora::helper::kUsage, "descriptor 5 is no index");
+  const std::string_view index(static_cast<const char*>(bytes), size);
+  const size_t line = index.find('\n');
+  return line == std::string_view::npos ? std::string_view() : index.substr(line + 1);
+}
+
+std::string Remux(char** arguments) {
+  const IndexReader index(MapIndex());
+  const kinora::helper::Selection selection =
+      kinora::helper::Select(index.Film(), MomentFrom(arguments[1]), MomentFrom(arguments[2]),
+                             TrackFrom(arguments[3]), TrackFrom(arguments[4]));
+  if (!selection.video && !selection.audio) throw Failure(kinora::helper::kUsage, "nothing to copy");
+  kinora::helper::TransportWriter out(index.Film(), selection, kFragmentDescriptor);
+  if (index.HasLists()) {
+    kinora::helper::CopyListed(kinora::helper::kMediaDescriptor, index, selection, out);
+  } else {
+    kinora::helper::CopyDemuxed(kinora::helper::kMediaDescriptor, index, selection, out);
+  }
+  out.Finish();
+  return "";
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count != 5) {
+    std::fputs("usage: kinora-remux START END VIDEO AUDIO 3<FILE 4>FRAGMENT 5<INDEX\n", stderr);
+    return kinora::helper::kUsage;
+  }
+  return kinora::helper::Answer([arguments] { return Remux(arguments); }, kLargestFragment);
+}

@@ -1,0 +1,278 @@
+// Fragments that kinora-remux copies, held against ffmpeg's own copy of the whole film.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "helpers/common/exit_codes.h"
+#include "tests/unit/helpers/copying.h"
+
+namespace kinora::helper {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int64_t kSecond = 90000;  // ticks
+constexpr int64_t kOrigin = 90000;  // where media time 0 lies
+
+struct Film {
+  const char* name;
+  std::vector<int64_t> keys;  // milliseconds from the film's first picture; where it must be cut
+  const char* video = "0";
+  const char* audio = "1";
+};
+
+void PrintTo(const Film& film, std::ostream* out) { *out << film.name; }
+
+class CopiedFilm : public testing::TestWithParam<Film> {
+ protected:
+  void SetUp() override {
+    film_ = CopyMedia(GetParam().name);
+    index_ = MakeIndex(film_, folder_.File("index"));
+    ASSERT_EQ(index_.status, kDone);
+    ASSERT_EQ(index_.line["trouble"].asString(), Has(GetParam().video) ? "" : "it has no picture");
+    for (size_t n = 0; n < index_.Fragments(); ++n) {
+      const int status = RemuxFragment(film_, index_, n, GetParam().video, GetParam().audio, Fragment(n));
+      ASSERT_EQ(status, kDone) << n;
+    }
+  }
+
+  std::string Fragment(size_t n) const { return folder_.File(std::to_string(n) + ".ts"); }
+  bool Has(const char* track) const { return std::string_view(track) != "-"; }
+
+  void ExpectSamePackets(const std::string& stream) {
+    std::vector<Copied> all;
+    for (size_t n = 0; n < index_.Fragments(); ++n) {
+      const std::vector<Copied> part = PacketsOf(Fragment(n), stream);
+      all.insert(all.end(), part.begin(), part.end());
+    }
+    ExpectSame(all, PacketsOf(folder_.File("whole.ts"), stream), ToleranceFor(stream));
+  }
+
+  // ffmpeg makes up finer times for sound where the film's are whole milliseconds.
+  int64_t ToleranceFor(const std::string& stream) const {
+    return film_.ends_with(".mkv") && stream.starts_with("0:a") ? kSecond / 1000 : 0;
+  }
+
+  void ExpectEveryPacketOnceInOrderAndOnTime();
+  void ExpectCutsAtKeyPicturesAboutSixSecondsApart();
+  void ExpectSoundToStartWithThePicture();
+  void ExpectFragmentsAsLongAsTheCutsSay();
+  void ExpectTheSameWhenCopiedAgain();
+
+  ScratchFolder folder_;
+  std::string film_;
+  Index index_;
+};
+
+void CopiedFilm::ExpectEveryPacketOnceInOrderAndOnTime() {
+  std::vector<std::string> streams;
+  if (Has(GetParam().video)) streams.push_back("0:v:0");
+  if (Has(GetParam().audio)) streams.push_back("0:a:0");
+  CopyWhole(film_, streams, folder_.File("whole.ts"));
+  for (const std::string& stream : streams) ExpectSamePackets(stream);
+}
+
+void CopiedFilm::ExpectCutsAtKeyPicturesAboutSixSecondsApart() {
+  if (!Has(GetParam().video)) return;
+  const int64_t first = PacketsOf(Fragment(0), "0:v:0").front().pts;
+  ASSERT_EQ(index_.Fragments(), GetParam().keys.size());
+  for (size_t n = 0; n < index_.Fragments(); ++n) {
+    const int64_t start = PacketsOf(Fragment(n), "0:v:0").front().pts;
+    EXPECT_NEAR(static_cast<double>(start - first), static_cast<double>(GetParam().keys[n] * 90), 100) << n;
+    if (n > 0) {
+      EXPECT_EQ(start - kOrigin, index_.Cut(n));
+    }
+  }
+}
+
+void CopiedFilm::ExpectSoundToStartWithThePicture() {
+  if (!Has(GetParam().video) || !Has(GetParam().audio)) return;
+  for (size_t n = 1; n < index_.Fragments(); ++n) {
+    const int64_t picture = PacketsOf(Fragment(n), "0:v:0").front().pts;
+    const std::vector<Copied> sound = PacketsOf(Fragment(n), "0:a:0");
+    ASSERT_FALSE(sound.empty()) << n;
+    EXPECT_GE(sound.front().pts, picture - 1) << n;
+    EXPECT_LT(sound.front().pts - picture, kSecond / 10) << n;
+  }
+}
+
+void CopiedFilm::ExpectFragmentsAsLongAsTheCutsSay() {
+  if (!Has(GetParam().video)) return;
+  for (size_t n = 0; n < index_.Fragments(); ++n) {
+    int64_t end = 0;
+    for (const Copied& packet : PacketsOf(Fragment(n), "0:v:0")) end = std::max(end, packet.pts);
+    const auto told = static_cast<double>(index_.Cut(n + 1));
+    EXPECT_NEAR(static_cast<double>(end - kOrigin), told, kSecond / 10.0) << n;
+  }
+}
+
+void CopiedFilm::ExpectTheSameWhenCopiedAgain() {
+  const size_t n = index_.Fragments() - 1;
+  ASSERT_EQ(RemuxFragment(film_, index_, n, GetParam().video, GetParam().audio, folder_.File("again.ts")),
+            kDone);
+  EXPECT_TRUE(ReadWhole(Fragment(n)) == ReadWhole(folder_.File("again.ts")));
+}
+
+TEST_P(CopiedFilm, IsTheSameFilmInFragments) {
+  ExpectEveryPacketOnceInOrderAndOnTime();
+  ExpectCutsAtKeyPicturesAboutSixSecondsApart();
+  ExpectSoundToStartWithThePicture();
+  ExpectFragmentsAsLongAsTheCutsSay();
+  ExpectTheSameWhenCopiedAgain();
+}
+
+const std::vector<int64_t> kEvery2 = {0, 6000, 12000, 18000, 24000};
+const std::vector<int64_t> kEvery4 = {0, 8240, 16480, 24720};
+const std::vector<int64_t> kEvery10 = {0, 10427, 20854};
+
+INSTANTIATE_TEST_SUITE_P(
+    Films, CopiedFilm,
+    testing::Values(Film{"pyramid.mp4", kEvery2}, Film{"pyramid.mkv", kEvery2}, Film{"pyramid.ts", kEvery2},
+                    Film{"plain.mp4", kEvery4}, Film{"plain.mkv", kEvery4}, Film{"plain.ts", kEvery4},
+                    Film{"film_rate.mp4", kEvery10}, Film{"film_rate.mkv", kEvery10},
+                    Film{"film_rate.ts", kEvery10}, Film{"negative_composition.mp4", kEvery2},
+                    Film{"fragmented.mp4", kEvery2}, Film{"eac3.mkv", kEvery4},
+                    Film{"silent.mkv", kEvery2, "0", "-"}, Film{"silent.mp4", kEvery2, "0", "-"},
+                    Film{"late_picture.mkv", kEvery2}, Film{"hevc.mkv", {0, 6000, 12000}, "0", "-"},
+                    Film{"hevc.mp4", {0, 6000, 12000}, "0", "-"}, Film{"sound.m4a", {}, "-", "0"}),
+    [](const testing::TestParamInfo<Film>& film) {
+      std::string name = film.param.name;
+      std::replace(name.begin(), name.end(), '.', '_');
+      return name;
+    });
+
+// ---- what is refused
+
+TEST(Index, SaysWhyAVideoIsNotCopied) {
+  struct Case {
+    const char* film;
+    const char* trouble;
+  };
+  const Case cases[] = {
+      {"open.mkv", "its groups of pictures are open"},
+      {"open.mp4", "its groups of pictures are open"},
+      {"open_hevc.mkv", "its groups of pictures are open"},
+      {"mid_group.mp4", "an edit list cuts it between its key pictures"},
+      {"ten_bits.mkv", "its pixels are yuv420p10le"},
+      {"vp8.webm", "players are not given vp8"},
+      {"sound.m4a", "it has no picture"},
+  };
+  const ScratchFolder folder;
+  for (const Case& c : cases) {
+    const Index index = MakeIndex(CopyMedia(c.film), folder.File("index"));
+    EXPECT_EQ(index.status, kDone) << c.film;
+    EXPECT_EQ(index.line["trouble"].asString(), c.trouble) << c.film;
+  }
+}
+
+TEST(Index, IsNotMadeOfAFilmWithoutOneUnlessItIsScanned) {
+  const ScratchFolder folder;
+  for (const char* film : {"pyramid.ts", "fragmented.mp4"}) {
+    EXPECT_FALSE(MakeIndex(CopyMedia(film), folder.File("index"), false).line["indexed"].asBool()) << film;
+    EXPECT_TRUE(MakeIndex(CopyMedia(film), folder.File("index"), true).line["indexed"].asBool()) << film;
+  }
+}
+
+TEST(Index, NamesTheCodecAsPlaylistsDo) {
+  const ScratchFolder folder;
+  EXPECT_EQ(MakeIndex(CopyMedia("pyramid.mp4"), folder.File("index")).line["codec"].asString(),
+            "avc1.4d400b");
+  EXPECT_EQ(MakeIndex(CopyMedia("pyramid.ts"), folder.File("index")).line["codec"].asString(), "avc1.4d400b");
+  EXPECT_EQ(MakeIndex(CopyMedia("hevc.mp4"), folder.File("index")).line["codec"].asString(),
+            "hvc1.1.6.L30.90");
+}
+
+// ---- sound alone
+
+TEST(CopiedSound, IsTakenByTimeFromAnyTrack) {
+  const ScratchFolder folder;
+  const std::string film = CopyMedia("two_tracks.mkv");
+  const Index index = MakeIndex(film, folder.File("index"));
+  ASSERT_EQ(index.status, kDone);
+  CopyWhole(film, {"0:a:1"}, folder.File("whole.ts"));
+  std::vector<Copied> all;
+  const char* const times[] = {"-", "31031/10000", "7/1", "1001/50", "-"};
+  for (size_t n = 0; n + 1 < std::size(times); ++n) {
+    ASSERT_EQ(Remux(film, index.file, folder.File("part.ts"), {times[n], times[n + 1], "-", "2"}), kDone)
+        << n;
+    const std::vector<Copied> part = PacketsOf(folder.File("part.ts"), "0:a:0");
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  ExpectSame(all, PacketsOf(folder.File("whole.ts"), "0:a:0"), kSecond / 1000);
+}
+
+TEST(CopiedSound, MayComeLaterThanThePicture) {
+  const ScratchFolder folder;
+  for (const char* name : {"late_sound.mp4", "late_sound.mkv"}) {
+    const std::string film = CopyMedia(name);
+    const Index index = MakeIndex(film, folder.File("index"));
+    ASSERT_EQ(RemuxFragment(film, index, 0, "0", "1", folder.File("part.ts")), kDone);
+    const int64_t picture = PacketsOf(folder.File("part.ts"), "0:v:0").front().pts;
+    const int64_t sound = PacketsOf(folder.File("part.ts"), "0:a:0").front().pts;
+    EXPECT_NEAR(static_cast<double>(sound - picture), 0.7 * kSecond, 0.03 * kSecond) << name;
+  }
+}
+
+// ---- faults
+
+class RemuxFault : public testing::Test {
+ protected:
+  void Take(const std::string& name) {
+    film_ = folder_.File(name);
+    fs::copy_file(CopyMedia(name), film_);
+    index_ = MakeIndex(film_, folder_.File("index"));
+    ASSERT_EQ(index_.status, kDone);
+  }
+  int Try(size_t n) { return RemuxFragment(film_, index_, n, "0", "1", folder_.File("part.ts")); }
+  bool IsMarkedWhole() const {
+    const std::string fragment = ReadWhole(folder_.File("part.ts"));
+    return fragment.size() >= 188 && fragment.substr(fragment.size() - 188, 4) == "\x47\x1f\xff\x10";
+  }
+
+  ScratchFolder folder_;
+  std::string film_;
+  Index index_;
+};
+
+TEST_F(RemuxFault, AFilmThatBecameShorterGivesNoFragment) {
+  for (const char* name : {"pyramid.mp4", "pyramid.mkv", "pyramid.ts"}) {
+    Take(name);
+    ASSERT_EQ(Try(2), kDone) << name;
+    EXPECT_TRUE(IsMarkedWhole()) << name;
+    fs::resize_file(film_, fs::file_size(film_) / 2);
+    EXPECT_EQ(Try(2), kUnreadable) << name;
+    EXPECT_FALSE(IsMarkedWhole()) << name;
+  }
+}
+
+TEST_F(RemuxFault, AnotherFilmUnderItsNameGivesNoFragment) {
+  Take("pyramid.mkv");
+  fs::copy_file(CopyMedia("plain.mkv"), film_, fs::copy_options::overwrite_existing);
+  EXPECT_EQ(Try(2), kUnreadable);
+}
+
+TEST_F(RemuxFault, AFragmentBegunAtNoCutIsRefused) {
+  Take("pyramid.mp4");
+  EXPECT_EQ(Remux(film_, index_.file, folder_.File("part.ts"), {"1/3", "-", "0", "1"}), kUsage);
+  EXPECT_EQ(Remux(film_, index_.file, folder_.File("part.ts"), {"-", "-", "7", "1"}), kUsage);
+  EXPECT_EQ(Remux(film_, index_.file, folder_.File("part.ts"), {"-", "-", "-", "-"}), kUsage);
+  EXPECT_EQ(Remux(film_, index_.file, folder_.File("part.ts"), {"0", "-", "0", "1"}), kUsage);
+}
+
+TEST_F(RemuxFault, ADamagedIndexIsRefused) {
+  Take("pyramid.mp4");
+  const auto size = fs::file_size(index_.file);
+  for (const auto left : {size - 1, size / 2, size / 4, size / 8, uintmax_t{1}, uintmax_t{0}}) {
+    fs::resize_file(index_.file, left);
+    EXPECT_EQ(Try(index_.Fragments() - 1), kUsage) << left;
+  }
+}
+
+TEST_F(RemuxFault, AFullDiskIsTold) {
+  Take("pyramid.mp4");
+  EXPECT_EQ(RemuxFragment(film_, index_, 0, "0", "1", "/dev/full"), kNoOutput);
+}
+
+}  // namespace
+}  // namespace kinora::helper

@@ -1,0 +1,251 @@
+// Copied streams as the engine makes them: real films, real helpers, in a private view.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "platform/base/file_time.h"
+#include "platform/engine/copied_fragment.h"
+#include "platform/engine/fragment_id.h"
+#include "platform/engine/media_index.h"
+#include "tests/unit/platform/engine/streams.h"
+
+namespace kinora::engine {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Copying : public StreamsTest {
+ protected:
+  void SetUp() override {
+    StreamsTest::SetUp();
+    fs::remove_all(system::kIndexCache);
+    fs::create_directories(kFilms);
+  }
+  void TearDown() override {
+    StreamsTest::TearDown();
+    fs::remove_all(system::kIndexCache);
+    fs::remove_all(kFilms);
+  }
+
+  // A film of the test's own, and what is known of it.
+  static SourceTraits Film(const std::string& name) {
+    const std::string path = std::string(kFilms) + "/" + name;
+    fs::copy_file(std::string(KINORA_COPY_MEDIA_DIR) + "/" + name, path,
+                  fs::copy_options::overwrite_existing);
+    SourceTraits traits;
+    traits.identity = IdentityOf(path);
+    traits.container = name.ends_with(".ts") ? "mpegts" : name.substr(name.rfind('.') + 1);
+    traits.video.track = 0;
+    traits.video.codec = "h264";
+    AudioTraits audio;
+    audio.track = 1;
+    traits.audio = {audio};
+    return traits;
+  }
+
+  static SourceIdentity IdentityOf(const std::string& path) {
+    struct stat status {};
+    EXPECT_EQ(::stat(path.c_str(), &status), 0);
+    return {path, status.st_dev, status.st_ino, static_cast<uint64_t>(status.st_size),
+            base::NanosecondsOf(status.st_mtim)};
+  }
+
+  static StreamPlan PlanFor(const SourceTraits& source) {
+    const CopyDecision decision = PlanCopy(source);
+    EXPECT_EQ(decision.verdict, CopyVerdict::kCopies) << decision.reason;
+    StreamPlan plan;
+    plan.source = source;
+    plan.video = VideoWay::kCopy;
+    plan.grid = decision.plan.grid;
+    AudioPlan audio;
+    audio.track = 1;
+    audio.way = AudioWay::kCopy;
+    audio.is_default = true;
+    plan.audio = {audio};
+    return plan;
+  }
+
+  static StreamFolder NewStream() {
+    const std::optional<StreamFolder> folder = StreamFolder::Open("HLS", Prepare());
+    folder->MakeWorkFolder();
+    return *folder;
+  }
+
+  static std::string ContentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  static size_t FilesIn(const std::string& folder) {
+    return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
+  }
+
+  static constexpr char kFilms[] = "/var/packages/Kinora/var/films";
+};
+
+TEST_F(Copying, PlansAtTheFilmsOwnKeyPictures) {
+  for (const char* name : {"pyramid.mp4", "pyramid.mkv", "pyramid.ts"}) {
+    const CopyDecision decision = PlanCopy(Film(name));
+    ASSERT_EQ(decision.verdict, CopyVerdict::kCopies) << name << ": " << decision.reason;
+    EXPECT_EQ(decision.plan.grid.Count(), 5) << name;
+    EXPECT_EQ(decision.plan.grid.Start(0), MediaTime(0));
+    EXPECT_EQ(decision.plan.frame_rate, MediaTime(25));
+    EXPECT_EQ(decision.plan.codec_string, "avc1.4d400b");
+    EXPECT_GT(decision.plan.peak_bitrate, 100'000);
+    EXPECT_LT(decision.plan.peak_bitrate, 2'000'000);
+  }
+}
+
+TEST_F(Copying, SaysWhyAFilmIsNotCopied) {
+  EXPECT_EQ(PlanCopy(Film("open.mkv")).reason, "its groups of pictures are open");
+  EXPECT_EQ(PlanCopy(Film("mid_group.mp4")).reason, "an edit list cuts it between its key pictures");
+  SourceTraits film = Film("pyramid.mkv");
+  film.video.codec = "mpeg4";
+  EXPECT_EQ(PlanCopy(film).reason, "players are not given mpeg4");
+  film = Film("pyramid.mkv");
+  film.container = "avi";
+  EXPECT_EQ(PlanCopy(film).reason, "films in avi are not cut");
+  film = Film("pyramid.mkv");
+  film.video.track = 1;
+  EXPECT_EQ(PlanCopy(film).reason, "another picture leads it");
+  film.video.track = -1;
+  EXPECT_EQ(PlanCopy(film).reason, "it has no picture");
+  film = Film("pyramid.mkv");
+  fs::remove(film.identity.path);
+  EXPECT_EQ(PlanCopy(film).verdict, CopyVerdict::kNever);
+}
+
+TEST_F(Copying, AFilmThatIsNoFilmIsRefused) {
+  const SourceTraits film = Film("pyramid.mkv");
+  std::ofstream(film.identity.path) << "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n/etc/passwd\n";
+  SourceTraits disguised = film;
+  disguised.identity = IdentityOf(film.identity.path);
+  EXPECT_EQ(PlanCopy(disguised).verdict, CopyVerdict::kNever);
+}
+
+TEST_F(Copying, KeepsOneIndexOfEachFilm) {
+  const SourceTraits film = Film("pyramid.mkv");
+  PlanCopy(film);
+  const std::string folder = fs::directory_iterator(system::kIndexCache)->path();
+  EXPECT_EQ(FilesIn(folder), 2U);  // the index and its lock
+  // Another film under its name: the old index goes.
+  fs::copy_file(std::string(KINORA_COPY_MEDIA_DIR) + "/plain.mkv", film.identity.path,
+                fs::copy_options::overwrite_existing);
+  SourceTraits other = film;
+  other.identity = IdentityOf(film.identity.path);
+  EXPECT_EQ(PlanCopy(other).plan.grid.Count(), 4);
+  EXPECT_EQ(FilesIn(system::kIndexCache), 1U);
+  EXPECT_EQ(FilesIn(folder), 2U);
+}
+
+TEST_F(Copying, ATornIndexIsMadeAnew) {
+  const SourceTraits film = Film("pyramid.mp4");
+  const SegmentGrid grid = PlanCopy(film).plan.grid;
+  std::string index;
+  for (const auto& entry : fs::directory_iterator(fs::directory_iterator(system::kIndexCache)->path())) {
+    if (entry.path().filename() != "lock") index = entry.path();
+  }
+  const std::string whole = ContentOf(index);
+  for (const std::string& torn : {std::string(), whole.substr(0, 20), std::string(whole.size(), '\0')}) {
+    WriteText(index, torn);
+    EXPECT_EQ(PlanCopy(film).plan.grid, grid);
+    EXPECT_EQ(ContentOf(index), whole);
+  }
+}
+
+TEST_F(Copying, IndexesThatNobodyUsesGo) {
+  PlanCopy(Film("pyramid.mkv"));
+  const auto past = fs::file_time_type::clock::now() - std::chrono::hours(24 * 40);
+  for (const auto& entry : fs::directory_iterator(fs::directory_iterator(system::kIndexCache)->path())) {
+    fs::last_write_time(entry.path(), past);
+  }
+  PlanCopy(Film("plain.mkv"));
+  EXPECT_EQ(FilesIn(system::kIndexCache), 1U);
+}
+
+TEST_F(Copying, MakesAFragmentOnceAndKeepsIt) {
+  const StreamPlan plan = PlanFor(Film("pyramid.mkv"));
+  const StreamFolder folder = NewStream();
+  ASSERT_EQ(PrepareCopied(folder, plan, 1), FragmentOutcome::kReady);
+  struct stat before {};
+  ASSERT_EQ(::stat(folder.WorkPath("1.ts").c_str(), &before), 0);
+  EXPECT_EQ(before.st_size % 188, 0);
+  ASSERT_EQ(PrepareCopied(folder, plan, 1), FragmentOutcome::kReady);
+  struct stat after {};
+  ASSERT_EQ(::stat(folder.WorkPath("1.ts").c_str(), &after), 0);
+  EXPECT_EQ(before.st_ino, after.st_ino);
+  EXPECT_EQ(PrepareCopied(folder, plan, -1), FragmentOutcome::kFailed);
+  EXPECT_EQ(PrepareCopied(folder, plan, plan.grid.Count()), FragmentOutcome::kFailed);
+}
+
+TEST_F(Copying, MakesSoundAloneWithItsOwnName) {
+  const StreamPlan plan = PlanFor(Film("pyramid.mp4"));
+  const StreamFolder folder = NewStream();
+  ASSERT_EQ(PrepareCopiedAudio(folder, plan, plan.audio.front(), 2), FragmentOutcome::kReady);
+  EXPECT_TRUE(IsThere(folder.WorkPath("a1_2.ts")));
+}
+
+TEST_F(Copying, ATornFragmentIsMadeAnew) {
+  const StreamPlan plan = PlanFor(Film("pyramid.mp4"));
+  const StreamFolder folder = NewStream();
+  ASSERT_EQ(PrepareCopied(folder, plan, 0), FragmentOutcome::kReady);
+  const std::string path = folder.WorkPath("0.ts");
+  const std::string whole = ContentOf(path);
+  for (const size_t length : {size_t{0}, size_t{188}, size_t{512}, whole.size() / 2, whole.size() - 188}) {
+    WriteText(path, whole.substr(0, length));
+    ASSERT_EQ(PrepareCopied(folder, plan, 0), FragmentOutcome::kReady) << length;
+    EXPECT_EQ(ContentOf(path), whole) << length;
+  }
+  WriteText(path, std::string(whole.size(), '\0'));
+  ASSERT_EQ(PrepareCopied(folder, plan, 0), FragmentOutcome::kReady);
+  EXPECT_EQ(ContentOf(path), whole);
+}
+
+TEST_F(Copying, AFilmThatHasChangedGivesNoFragment) {
+  for (const char* change : {"removed", "replaced", "grown", "truncated"}) {
+    const SourceTraits film = Film("pyramid.mkv");
+    const StreamPlan plan = PlanFor(film);
+    const StreamFolder folder = NewStream();
+    const std::string& path = film.identity.path;
+    if (change == std::string("removed")) fs::remove(path);
+    if (change == std::string("replaced"))
+      Film("pyramid.mkv"), fs::rename(path, path + "2"), fs::copy_file(path + "2", path);
+    if (change == std::string("grown")) std::ofstream(path, std::ios::app) << "more";
+    if (change == std::string("truncated")) fs::resize_file(path, fs::file_size(path) / 2);
+    EXPECT_EQ(PrepareCopied(folder, plan, 1), FragmentOutcome::kGone) << change;
+    EXPECT_EQ(FilesIn(folder.WorkPath("")), 0U) << change;
+  }
+}
+
+TEST_F(Copying, ManyWhoWantOneFragmentGetTheSame) {
+  const StreamPlan plan = PlanFor(Film("pyramid.mp4"));
+  const StreamFolder folder = NewStream();
+  std::vector<FragmentOutcome> outcomes(8, FragmentOutcome::kFailed);
+  std::vector<std::thread> viewers;
+  for (FragmentOutcome& outcome : outcomes) {
+    viewers.emplace_back([&] { outcome = PrepareCopied(folder, plan, 3); });
+  }
+  for (std::thread& viewer : viewers) viewer.join();
+  for (const FragmentOutcome outcome : outcomes) EXPECT_EQ(outcome, FragmentOutcome::kReady);
+  EXPECT_EQ(FilesIn(folder.WorkPath("")), 1U);  // no scratch is left
+}
+
+TEST_F(Copying, AStreamKeepsAFewFragmentsOnly) {
+  WriteText(system::kSettingsFile, "stream_quota=\"100K\"\n");
+  const StreamPlan plan = PlanFor(Film("pyramid.mp4"));
+  const StreamFolder folder = NewStream();
+  for (int n = 0; n < plan.grid.Count(); ++n) {
+    ASSERT_EQ(PrepareCopied(folder, plan, n), FragmentOutcome::kReady);
+    ASSERT_EQ(PrepareCopiedAudio(folder, plan, plan.audio.front(), n), FragmentOutcome::kReady);
+    EXPECT_TRUE(IsThere(folder.WorkPath(std::to_string(n) + ".ts")));
+  }
+  EXPECT_EQ(FilesIn(folder.WorkPath("")), 4U);
+  EXPECT_EQ(PrepareCopied(folder, plan, 0), FragmentOutcome::kReady);
+}
+
+}  // namespace
+}  // namespace kinora::engine

@@ -2,10 +2,13 @@
 
 #include <charconv>
 
+#include "platform/base/text.h"
+
 namespace kinora::entry {
 namespace {
 
 const std::string kNothing;
+constexpr size_t kLongestAgent = 256;
 
 const std::string& Variable(const Variables& variables, std::string_view name) {
   const auto found = variables.find(name);
@@ -71,6 +74,7 @@ Request MakeRequest(const Variables& variables, std::string_view body) {
   request.host = Variable(variables, "HTTP_HOST");
   request.origin = Variable(variables, "HTTP_ORIGIN");
   request.client = Variable(variables, "REMOTE_ADDR");
+  request.agent = base::ToOneLine(Variable(variables, "HTTP_USER_AGENT").substr(0, kLongestAgent));
   const bool secure =
       Variable(variables, "HTTPS") == "on" || Variable(variables, "REQUEST_SCHEME") == "https";
   request.scheme = secure ? "https" : "http";

@@ -23,6 +23,7 @@ struct Request {
   std::string origin;     // the Origin header; empty: none
   std::string scheme;     // "http" or "https"
   std::string client;     // the other side's address
+  std::string agent;      // the User-Agent header as one line of text, cut after 256 bytes
 
   // The parameter's value, empty where it is missing.
   const std::string& Get(std::string_view name) const;

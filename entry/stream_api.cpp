@@ -16,6 +16,7 @@
 #include "entry/stream_owner.h"
 #include "entry/stream_parameters.h"
 #include "library/video.h"
+#include "library/vte/chromecast_record.h"
 #include "library/vte/streamer_dispatch.h"
 
 namespace kinora::entry {
@@ -70,6 +71,9 @@ std::optional<Answer> OpenStream(Context& context) {
   argument.CheckFilePath();
   const crvnkn::webapi::vte::StreamIniter opened = OpenInFormat(argument);
   RecordOwnerOrClose(opened.stream_id, opened.stream_format, context.account.id);
+  if (argument.client == "chromecast") {
+    crvnkn::webapi::vte::RecordChromecastData(context.GetRequest().agent);
+  }
 
   Json::Value result;
   result["stream_id"] = opened.stream_id;
@@ -80,6 +84,7 @@ std::optional<Answer> OpenStream(Context& context) {
 std::optional<Answer> SendStream(Context& context) {
   const Request& request = context.GetRequest();
   const std::unique_ptr<Streamer> streamer = OwnStreamer(context);
+  const std::string type = streamer->GetStreamTypeString();
   const std::string fragment = WordParameter(request, "fragment");
   streamer->SetFragmentID(fragment);
   streamer->SetPlaylistType(WordParameter(request, "playlist"));
@@ -94,7 +99,7 @@ std::optional<Answer> SendStream(Context& context) {
     alarm(0);
     OutliveClient();
   });
-  std::printf("Cache-Control: %s\r\n", CacheControl(streamer->GetStreamTypeString(), fragment));
+  std::printf("Cache-Control: %s\r\n", CacheControl(type, fragment));
   const bool served = streamer->Stream();
   std::fflush(stdout);
   // Once a body has begun nothing can be mended: it ends short of its announced length, and the client

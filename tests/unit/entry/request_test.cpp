@@ -54,6 +54,14 @@ TEST(MakeRequest, TellsTheSchemeFromTheServersVariables) {
   EXPECT_EQ(MakeRequest(With({{"REQUEST_SCHEME", "javascript"}}), "").scheme, "http");
 }
 
+TEST(MakeRequest, TakesTheUserAgentAsOneShortLine) {
+  EXPECT_EQ(MakeRequest(With({}), "").agent, "");
+  EXPECT_EQ(MakeRequest(With({{"HTTP_USER_AGENT", "CrKey/1.56"}}), "").agent, "CrKey/1.56");
+  EXPECT_EQ(MakeRequest(With({{"HTTP_USER_AGENT", "a\r\nb\x1b[31m\xFF"}}), "").agent,
+            "a??b?[31m\xEF\xBF\xBD");
+  EXPECT_EQ(MakeRequest(With({{"HTTP_USER_AGENT", std::string(300, 'a')}}), "").agent, std::string(256, 'a'));
+}
+
 TEST(MakeRequest, RefusesBodiesThatAreNoForm) {
   EXPECT_EQ(Refusal(With({{"REQUEST_METHOD", "POST"}, {"CONTENT_TYPE", "application/json"}}), "{}"),
             "the body is no form");

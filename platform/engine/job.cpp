@@ -7,6 +7,7 @@
 #include <system_error>
 #include <thread>
 
+#include "platform/base/descriptor.h"
 #include "platform/base/log.h"
 #include "platform/engine/job_folder.h"
 #include "platform/engine/job_policy.h"
@@ -44,11 +45,16 @@ class Request {
     const base::Descriptor deciding = folder_.Lock();
     if (!deciding) return FragmentOutcome::kGone;
     if (!waited_) NoteWanted(folder_, number_);
+    waiting_.Reset();
     if (HasFragment(folder_, number_)) return FragmentOutcome::kReady;
     if (IsJobRunning(folder_)) {
-      if (IsCovered()) return std::nullopt;
-      // The newest request says where the viewer is: an older one does not take the job back.
-      if (waited_) return GiveUp("is not wanted any more", FragmentOutcome::kNoJob);
+      if (IsCovered()) {
+        waiting_ = WaitForJob(folder_);
+        return std::nullopt;
+      }
+      // Players ask for several fragments at once: what they still wait for comes first. A viewer who has
+      // gone elsewhere does not wait any more.
+      if (IsJobWaitedFor(folder_)) return std::nullopt;
       if (!EndRunningJob(folder_)) return FragmentOutcome::kFailed;
       if (HasFragment(folder_, number_)) return FragmentOutcome::kReady;
     }
@@ -81,19 +87,26 @@ class Request {
     const bool hardware = plan_.hardware && !folder_.Read(kSoftwareMark);
     const EncoderRun run = RunFrom(number_, plan_.grid.Count(), PresentFragments(folder_), hardware);
     const FragmentOutcome outcome = StartJob(folder_, plan_, run, start.tries);
-    if (outcome == FragmentOutcome::kReady) return std::nullopt;
-    return GiveUp("has no encoder", outcome);
+    if (outcome != FragmentOutcome::kReady) return GiveUp("has no encoder", outcome);
+    waiting_ = WaitForJob(folder_);
+    return std::nullopt;
   }
 
-  // Until the fragment is there (true), or nobody makes it any more, or it has taken too long.
+  // Until the fragment is there (true), or something has to be done about it, or it has taken too long.
   bool Wait() {
     waited_ = true;
     while (Clock::now() < deadline_) {
       if (HasFragment(folder_, number_)) return true;
-      if (!IsJobRunning(folder_) || !IsCovered()) return HasFragment(folder_, number_);
       std::this_thread::sleep_for(kStep);
+      if (!IsInGoodHands()) return HasFragment(folder_, number_);
     }
     return false;
+  }
+
+  // The job is making the fragment, or makes something else first.
+  bool IsInGoodHands() const {
+    if (!IsJobRunning(folder_)) return false;
+    return waiting_ ? IsCovered() : !IsCovered() && IsJobWaitedFor(folder_);
   }
 
   std::string LastWords() const {
@@ -112,6 +125,7 @@ class Request {
   const int number_;
   const Clock::time_point deadline_ = Clock::now() + kPatience;
   bool waited_ = false;
+  base::Descriptor waiting_;  // held while the job at work is going to make the fragment
 };
 
 }  // namespace

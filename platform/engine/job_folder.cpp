@@ -25,6 +25,7 @@ namespace fs = std::filesystem;
 constexpr char kWanted[] = "wanted";
 constexpr char kRecord[] = "job.json";
 constexpr char kLock[] = "job.lock";
+constexpr char kWaiting[] = "waiting";
 constexpr std::string_view kExtension = ".ts";
 constexpr size_t kLongestRecord = size_t{64} << 10;
 constexpr int64_t kNanosecondsInMs = 1'000'000;
@@ -89,6 +90,10 @@ void NoteWanted(const StreamFolder& folder, int number) {
 }
 
 int64_t IdleMilliseconds(const StreamFolder& folder) { return AgeOf(folder.WorkPath(kWanted)).value_or(0); }
+
+base::Descriptor WaitForJob(const StreamFolder& folder) { return ShareLock(folder.WorkPath(kWaiting)); }
+
+bool IsJobWaitedFor(const StreamFolder& folder) { return IsJobLockHeld(folder.WorkPath(kWaiting)); }
 
 bool IsJobRunning(const StreamFolder& folder) { return IsJobLockHeld(folder.WorkPath(kLock)); }
 

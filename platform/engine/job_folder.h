@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/base/descriptor.h"
 #include "platform/engine/job_policy.h"
 #include "platform/engine/job_record.h"
 #include "platform/engine/stream_folder.h"
@@ -22,6 +23,10 @@ std::vector<int> PresentFragments(const StreamFolder& folder);
 void NoteWanted(const StreamFolder& folder, int number);
 // Since that was last noted, by the machine's clock. 0 when it never was.
 int64_t IdleMilliseconds(const StreamFolder& folder);
+
+// As long as what it gives is open, somebody waits for a fragment that the job at work is making.
+base::Descriptor WaitForJob(const StreamFolder& folder);
+bool IsJobWaitedFor(const StreamFolder& folder);
 
 bool IsJobRunning(const StreamFolder& folder);
 std::optional<JobRecord> ReadJobRecord(const StreamFolder& folder);

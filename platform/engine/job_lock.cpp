@@ -58,6 +58,14 @@ bool IsJobLockHeld(const std::string& path) {
   return ::fcntl(file.Get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
+base::Descriptor ShareLock(const std::string& path) {
+  base::Descriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+  struct flock lock = WholeFile();
+  lock.l_type = F_RDLCK;
+  if (!file || ::fcntl(file.Get(), F_OFD_SETLK, &lock) != 0) return {};
+  return file;
+}
+
 base::Descriptor TakeAdmissionLock() {
   // Made by whoever comes first; that it is there already is no failure.
   ::mkdir(system::kRunFolder, 0700);

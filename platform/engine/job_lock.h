@@ -15,6 +15,10 @@ base::Descriptor TakeJobLock(const std::string& path);
 // Whether somebody holds it.
 bool IsJobLockHeld(const std::string& path);
 
+// Holds the file's lock together with others of its kind, so that it is seen to be held. Empty when it
+// cannot.
+base::Descriptor ShareLock(const std::string& path);
+
 // Waits for the lock by which new jobs are counted one at a time, over all streams; free again when closed.
 // Throws std::system_error.
 base::Descriptor TakeAdmissionLock();

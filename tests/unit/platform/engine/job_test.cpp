@@ -77,7 +77,7 @@ class JobTest : public StreamsTest {
 
   // The names of what is neither a fragment nor one of the job's own files.
   std::vector<std::string> Leftovers() const {
-    const std::set<std::string> known = {"wanted", "job.json", "job.lock"};
+    const std::set<std::string> known = {"wanted", "waiting", "job.json", "job.lock"};
     std::vector<std::string> names;
     for (const auto& entry : fs::directory_iterator(Folder().WorkPath("."))) {
       const std::string name = entry.path().filename();
@@ -145,6 +145,27 @@ TEST_F(JobTest, ServesManyRequestsWithOneEncoder) {
   EXPECT_THAT(outcomes, Each(FragmentOutcome::kReady));
   EXPECT_EQ(Record().tries, 1);
   EXPECT_EQ(Record().first, 1);
+}
+
+TEST_F(JobTest, ServesAPlayerThatAsksForTheWholeFilmAtOnce) {
+  std::vector<std::thread> requests;
+  std::vector<FragmentOutcome> outcomes(static_cast<size_t>(plan_.grid.Count()), FragmentOutcome::kFailed);
+  for (size_t i = 0; i < outcomes.size(); ++i) {
+    requests.emplace_back([&, i] { outcomes[i] = Prepare1(static_cast<int>(i)); });
+  }
+  for (std::thread& request : requests) request.join();
+  EXPECT_THAT(outcomes, Each(FragmentOutcome::kReady));
+}
+
+TEST_F(JobTest, IsNotTakenAwayFromThoseWhoWait) {
+  Settings("run_ahead_seconds=\"10\"\n");
+  ASSERT_EQ(Prepare1(0), FragmentOutcome::kReady);
+  ASSERT_TRUE(Eventually([this] { return LookAtJob(Folder()).stopped; }));
+  const int encoder = Record().encoder.pid;
+  const base::Descriptor waiting = WaitForJob(Folder());
+  ASSERT_TRUE(waiting);
+  EXPECT_EQ(Prepare1(16), FragmentOutcome::kReady);
+  EXPECT_EQ(Record().encoder.pid, encoder) << "it has come there by itself";
 }
 
 TEST_F(JobTest, IsFollowedByAnotherWhenItsSupervisorIsKilled) {

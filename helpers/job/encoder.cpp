@@ -19,6 +19,7 @@ constexpr int kSource = 3;
 constexpr int kFolder = 4;
 constexpr int kCannotExecute = 127;
 constexpr size_t kMostSaid = 2000;
+constexpr int kMostReads = 16;  // at once: more than a pipe holds, of 4 kB each
 
 [[noreturn]] void Fail(const char* what) { throw std::system_error(errno, std::generic_category(), what); }
 
@@ -68,11 +69,14 @@ Encoder::Encoder(const std::vector<std::string>& arguments, int source, int fold
   throw std::system_error(error, std::generic_category(), "no handle");
 }
 
-Encoder::~Encoder() {
+Encoder::~Encoder() { Kill(); }
+
+void Encoder::Kill() {
   if (ended_) return;
-  ::kill(pid_, SIGKILL);  // what it was writing is never published
-  while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
+  ::kill(pid_, SIGKILL);
+  while (::waitpid(pid_, &status_, 0) < 0 && errno == EINTR) {
   }
+  ended_ = true;
 }
 
 void Encoder::Stop() {
@@ -85,7 +89,7 @@ void Encoder::Continue() {
 
 void Encoder::Listen() {
   std::array<char, 4096> buffer;
-  while (words_) {
+  for (int reads = 0; words_ && reads < kMostReads; ++reads) {
     const ssize_t got = ::read(words_.Get(), buffer.data(), buffer.size());
     if (got < 0 && errno == EINTR) continue;
     if (got < 0 && errno == EAGAIN) return;

@@ -16,7 +16,7 @@ class Encoder {
   // Starts `arguments` (the first is the program) with `source` as its descriptor 3 and `folder` as 4. Throws
   // std::system_error; a program that cannot be executed ends with 127 and a word about it.
   Encoder(const std::vector<std::string>& arguments, int source, int folder);
-  ~Encoder();  // killed and reaped
+  ~Encoder();  // kills it
   Encoder(const Encoder&) = delete;
   Encoder& operator=(const Encoder&) = delete;
 
@@ -24,11 +24,12 @@ class Encoder {
   int Handle() const { return handle_.Get(); }  // readable when it has ended
   int Words() const { return words_.Get(); }    // readable when it has said something; does not block
 
+  void Kill();  // and reaps it; what it was writing is not whole
   void Stop();
   void Continue();
   bool IsStopped() const { return stopped_; }
 
-  // Takes what it has said; the last 2,000 bytes are kept.
+  // Takes what it has said so far, not what it goes on to say meanwhile; the last 2,000 bytes are kept.
   void Listen();
   const std::string& Said() const { return said_; }
 

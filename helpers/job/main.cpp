@@ -1,7 +1,7 @@
 // kinora-job: the supervisor of one encoder (platform/engine/job.h says how it is used).
 //
-//   kinora-job --first N --times MS,MS,... --run-ahead S --idle S --quota BYTES --floor BYTES --hardware 0|1
-//              --tries N -- ENCODER ARGUMENTS...
+//   kinora-job --first N --times MS,MS,... --run-ahead S --idle S --patience S --quota BYTES --floor BYTES
+//              --hardware 0|1 --tries N -- ENCODER ARGUMENTS...
 //
 // Descriptor 3 is the source, 4 the stream's work folder, 5 the job's lock, which is held by being open.
 #include <fcntl.h>

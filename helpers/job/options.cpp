@@ -39,6 +39,8 @@ void Take(JobOptions& options, const std::string& name, const std::string& value
     options.limits.run_ahead_ms = 1000 * NumberIn(value, 0, kMostSeconds);
   } else if (name == "--idle") {
     options.idle_ms = 1000 * NumberIn(value, 1, kMostSeconds);
+  } else if (name == "--patience") {
+    options.patience_ms = 1000 * NumberIn(value, 1, kMostSeconds);
   } else if (name == "--quota") {
     options.limits.quota = static_cast<uint64_t>(NumberIn(value, 0, kMost));
   } else if (name == "--floor") {
@@ -65,6 +67,7 @@ JobOptions ParseJobOptions(const std::vector<std::string>& arguments) {
   options.encoder.assign(arguments.begin() + static_cast<std::ptrdiff_t>(at) + 1, arguments.end());
   if (options.run.times.size() < 2) throw std::invalid_argument("no fragments");
   if (options.idle_ms == 0) throw std::invalid_argument("no idle time");
+  if (options.patience_ms == 0) throw std::invalid_argument("no patience");
   options.run.last = options.run.first + static_cast<int>(options.run.times.size()) - 2;
   return options;
 }

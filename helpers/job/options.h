@@ -12,8 +12,9 @@ namespace kinora::helper {
 struct JobOptions {
   Run run;
   Limits limits;
-  int64_t idle_ms = 0;  // without a request, then the job ends
-  uint64_t floor = 0;   // bytes that stay free on the volume
+  int64_t idle_ms = 0;      // without a request, then the job ends
+  int64_t patience_ms = 0;  // with an encoder that may run and writes nothing
+  uint64_t floor = 0;       // bytes that stay free on the volume
   bool hardware = false;
   int tries = 1;                     // which one it is at this fragment; only recorded
   std::vector<std::string> encoder;  // program and arguments

@@ -47,6 +47,12 @@ bool MayRun(const Run& run, const Progress& progress, const Limits& limits, cons
   return Lead(run, progress) < lead && Total(kept) + Room(kept) <= limits.quota;
 }
 
+bool HangWatch::Hangs(int64_t now_ms, uint64_t written, bool may_run) {
+  if (!may_run || written != written_) since_ms_ = now_ms;
+  written_ = written;
+  return now_ms - since_ms_ >= patience_ms_;
+}
+
 std::vector<std::string> ToDrop(const Progress& progress, const Limits& limits, std::vector<Kept> kept) {
   uint64_t total = Total(kept) + Room(kept);
   std::erase_if(kept, [&](const Kept& fragment) { return !MayGo(fragment, progress); });

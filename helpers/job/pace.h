@@ -37,6 +37,21 @@ struct Kept {
 // waits until the viewer has used up a quarter of the lead.
 bool MayRun(const Run& run, const Progress& progress, const Limits& limits, const std::vector<Kept>& kept);
 
+// Notices an encoder that may run and writes nothing. Times are milliseconds of any clock that does not jump.
+class HangWatch {
+ public:
+  HangWatch(int64_t patience_ms, int64_t now_ms) : patience_ms_(patience_ms), since_ms_(now_ms) {}
+
+  // `written`: bytes that it has written and that are not published yet. true when that has been the same for
+  // too long; publishing makes them less, which is a change as well.
+  bool Hangs(int64_t now_ms, uint64_t written, bool may_run);
+
+ private:
+  int64_t patience_ms_;
+  int64_t since_ms_;
+  uint64_t written_ = 0;
+};
+
 // What has to go so that one more fragment has room: those behind the viewer, the furthest first, then those
 // beyond this run's newest, the furthest first. Never the wanted one, its neighbours or what lies between it
 // and the newest.

@@ -47,6 +47,11 @@ Json::Value ProcessRecord(pid_t pid) {
   return record;
 }
 
+int64_t Milliseconds() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
+
 base::Descriptor EndingSignals() {
   sigset_t signals;
   ::sigemptyset(&signals);
@@ -82,7 +87,8 @@ Supervisor::Supervisor(const JobOptions& options, int source, int folder)
       folder_(folder),
       encoder_(options.encoder, source, folder_.RunFolder()),
       signals_(EndingSignals()),
-      changes_(Changes(folder_)) {
+      changes_(Changes(folder_)),
+      hang_watch_(options.patience_ms, Milliseconds()) {
   progress_.newest = options.run.first - 1;
   progress_.wanted = options.run.first;
 }
@@ -96,6 +102,11 @@ void Supervisor::Work() {
     } catch (const std::system_error& error) {
       end_ = error.code() == std::errc::no_space_on_device ? "space" : "failed";
       words_ = error.what();
+    }
+    if (!end_.empty()) {
+      // On a full disk there is room for the last record then.
+      encoder_.Kill();
+      folder_.DropUnpublished();
     }
     TryToRecord();
   }
@@ -138,6 +149,9 @@ void Supervisor::LookOnce() {
     JudgeEnd();
   } else if (folder_.FreeSpace() < options_.floor) {
     end_ = "space";
+  } else if (EncoderHangs()) {
+    end_ = "failed";
+    words_ = "the encoder hangs";
   } else if (Clock::now() - wanted_since_ >= std::chrono::milliseconds(options_.idle_ms)) {
     end_ = "idle";
   }
@@ -198,6 +212,10 @@ void Supervisor::Pace() {
   }
 }
 
+bool Supervisor::EncoderHangs() {
+  return hang_watch_.Hangs(Milliseconds(), folder_.Unpublished(), !progress_.stopped);
+}
+
 void Supervisor::JudgeEnd() {
   end_ = encoder_.Said().find("No space left on device") == std::string::npos ? "failed" : "space";
   words_ = encoder_.Said();
@@ -214,6 +232,7 @@ void Supervisor::Record() {
   record["stopped"] = progress_.stopped;
   record["hardware"] = options_.hardware;
   record["tries"] = options_.tries;
+  record["quota"] = Json::UInt64{options_.limits.quota};
   record["end"] = end_;
   record["words"] = words_;
   Json::StreamWriterBuilder builder;

@@ -13,7 +13,7 @@ namespace kinora::helper {
 
 // The record job.json: who is at work, how far, and in the end how it ended. Members: "version" (1), "boot"
 // (the machine's boot id), "pid" and "started" (the supervisor's, in clock ticks after the boot), "encoder"
-// {"pid", "started"}, "first", "last", "newest", "stopped", "hardware", "tries", "end", "words" (the
+// {"pid", "started"}, "first", "last", "newest", "stopped", "hardware", "tries", "quota", "end", "words" (the
 // encoder's last ones). "end" is empty while it works, then
 //   done     all fragments of the run are there
 //   idle     nobody asked any more
@@ -40,6 +40,7 @@ class Supervisor {
   void PublishNext();
   void MakeRoom();
   void Pace();
+  bool EncoderHangs();
   void JudgeEnd();  // of an encoder that has ended by itself
   void TryToRecord();
   void Record();
@@ -52,6 +53,7 @@ class Supervisor {
   Progress progress_;
   WorkFolder::Wanted wanted_;
   Clock::time_point wanted_since_ = Clock::now();
+  HangWatch hang_watch_;
   std::string end_;
   std::string words_;
   std::string recorded_;

@@ -43,11 +43,15 @@ std::vector<std::string> NamesIn(int folder) {
   return names;
 }
 
+void RemoveFilesIn(int folder) {
+  for (const std::string& name : NamesIn(folder)) ::unlinkat(folder, name.c_str(), 0);
+}
+
 void RemoveRun(int parent, const std::string& name) {
   {
     const base::Descriptor run = OpenFolder(parent, name);
     if (!run) return;
-    for (const std::string& file : NamesIn(run.Get())) ::unlinkat(run.Get(), file.c_str(), 0);
+    RemoveFilesIn(run.Get());
   }
   ::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
 }
@@ -71,6 +75,19 @@ std::string FileOf(int number) { return std::to_string(number) + std::string(kEx
 
 bool Exists(int folder, const std::string& name) {
   return ::faccessat(folder, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool IsPlainFile(int folder, const std::string& name) {
+  struct stat status {};
+  return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode);
+}
+
+// Not a renaming, which would replace a fragment that is there. What else bears its name has been planted.
+bool Link(int from, int to, const std::string& name) {
+  const auto link = [&] { return ::linkat(from, name.c_str(), to, name.c_str(), 0) == 0; };
+  if (link()) return true;
+  if (errno != EEXIST) return false;
+  return IsPlainFile(to, name) || (::unlinkat(to, name.c_str(), 0) == 0 && link());
 }
 
 // A file's bytes in memory.
@@ -154,6 +171,19 @@ bool WorkFolder::IsBegun(int number) const {
   return IsMade(number) || Exists(run_.Get(), FileOf(number) + ".tmp");
 }
 
+uint64_t WorkFolder::Unpublished() const {
+  uint64_t bytes = 0;
+  for (const std::string& name : NamesIn(run_.Get())) {
+    struct stat status {};
+    if (::fstatat(run_.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+      bytes += static_cast<uint64_t>(status.st_size);
+    }
+  }
+  return bytes;
+}
+
+void WorkFolder::DropUnpublished() const { RemoveFilesIn(run_.Get()); }
+
 std::string WorkFolder::Publish(int number) const {
   const std::string name = FileOf(number);
   const base::Descriptor file(::openat(run_.Get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
@@ -161,10 +191,7 @@ std::string WorkFolder::Publish(int number) const {
   const std::string fault = FaultOfTransportStream(Mapping(file.Get()).Bytes());
   if (!fault.empty()) return fault;
   if (::fdatasync(file.Get()) != 0) Fail("a fragment cannot be written");
-  // A link, since a renaming would replace what is there.
-  if (::linkat(run_.Get(), name.c_str(), folder_, name.c_str(), 0) != 0 && errno != EEXIST) {
-    Fail("a fragment cannot be published");
-  }
+  if (!Link(run_.Get(), folder_, name)) Fail("a fragment cannot be published");
   ::unlinkat(run_.Get(), name.c_str(), 0);
   return "";
 }

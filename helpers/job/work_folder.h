@@ -49,6 +49,9 @@ class WorkFolder {
   // Whether the encoder has finished fragment `number`, as far as its name tells, and begun `number` + 1.
   bool IsMade(int number) const;
   bool IsBegun(int number) const;
+  // Bytes of all that it has written and is not published: what grows while it works.
+  uint64_t Unpublished() const;
+  void DropUnpublished() const;
   // Looks whether the made fragment is sound, brings it to the disk and gives it its name, unless that is
   // taken: then this one is dropped. Returns what is wrong with it, or an empty text. Throws
   // std::system_error.

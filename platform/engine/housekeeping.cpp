@@ -46,7 +46,7 @@ std::optional<int64_t> LastUseOfIdle(int parent, const std::string& id, const st
     if (::fstatat(folder.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
     if (name == kStreamWorkFolder && S_ISDIR(status.st_mode)) {
       const Descriptor work = OpenWorkFolder(folder.Get());
-      if (!work || !HoldsFilesOnly(work.Get()) || IsHeld(work.Get(), "job.lock")) return std::nullopt;
+      if (!work || !HoldsFilesOnly(work.Get()) || HasJob(work.Get())) return std::nullopt;
     } else if (!S_ISREG(status.st_mode)) {
       return std::nullopt;
     }

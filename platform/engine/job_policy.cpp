@@ -41,8 +41,10 @@ Start DecideStart(const std::optional<LastJob>& last, int number) {
   if (job.end == "space" && recent) return {Start::Kind::kNoSpace, 1};
   if (job.hardware && job.end == "failed") return {Start::Kind::kGoInSoftware, 1};
   if (!FailedAt(job, number) || !recent) return {};
-  if (job.tries >= kMostTries) return {Start::Kind::kGiveUp, job.tries};
-  return {Start::Kind::kGo, job.tries + 1};
+  // A run that has made anything has failed behind it for the first time.
+  const int tries = job.newest < job.first ? job.tries : 1;
+  if (tries >= kMostTries) return {Start::Kind::kGiveUp, tries};
+  return {Start::Kind::kGo, tries + 1};
 }
 
 Admission Admit(const std::vector<OtherJob>& others, unsigned int most) {
@@ -53,6 +55,13 @@ Admission Admit(const std::vector<OtherJob>& others, unsigned int most) {
                        [](const OtherJob& a, const OtherJob& b) { return a.idle_ms < b.idle_ms; });
   if (others.size() > most || idlest == others.end() || idlest->idle_ms < kLeftMs) return {};
   return {true, idlest->stream_id};
+}
+
+uint64_t QuotaBeside(const std::vector<OtherJob>& others, uint64_t taken, const system::Settings& settings) {
+  uint64_t room = settings.streams_quota - std::min(settings.streams_quota, taken);
+  for (const OtherJob& other : others) room -= std::min(room, other.open);
+  const size_t places = settings.jobs > others.size() ? settings.jobs - others.size() : 1;
+  return std::min(settings.stream_quota, room / places);
 }
 
 }  // namespace kinora::engine

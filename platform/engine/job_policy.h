@@ -9,6 +9,7 @@
 
 #include "platform/engine/encode_arguments.h"
 #include "platform/engine/job_record.h"
+#include "platform/system/settings.h"
 
 namespace kinora::engine {
 
@@ -44,6 +45,7 @@ Start DecideStart(const std::optional<LastJob>& last, int number);
 struct OtherJob {
   std::string stream_id;
   int64_t idle_ms = 0;  // since its viewer asked for anything; negative when the clock jumped
+  uint64_t open = 0;    // bytes that it may still fill
 
   bool operator==(const OtherJob&) const = default;
 };
@@ -56,5 +58,10 @@ struct Admission {
   bool operator==(const Admission&) const = default;
 };
 Admission Admit(const std::vector<OtherJob>& others, unsigned int most);
+
+// What a new job may fill so that all streams together keep to their quota: its share of what neither lies
+// there (`taken`, bytes of the other streams) nor is left open to the jobs at work, and no more than a stream
+// may have.
+uint64_t QuotaBeside(const std::vector<OtherJob>& others, uint64_t taken, const system::Settings& settings);
 
 }  // namespace kinora::engine

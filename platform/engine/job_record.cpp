@@ -11,6 +11,7 @@
 
 #include "platform/base/descriptor.h"
 #include "platform/engine/record.h"
+#include "platform/system/places.h"
 
 namespace kinora::engine {
 namespace {
@@ -47,8 +48,17 @@ JobRecord RecordFrom(const Json::Value& value) {
   record.hardware = FlagIn(value, "hardware");
   record.tries = SmallNumberIn(value, "tries");
   record.end = TextIn(value, "end");
+  record.quota = CountIn(value, "quota");
   record.words = TextIn(value, "words");
   return record;
+}
+
+// Whoever writes to the work folder could name any process of this account.
+bool IsSupervisor(pid_t pid) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/cmdline");
+  std::string program;
+  std::getline(file, program, '\0');
+  return program == system::InTarget(kSupervisor);
 }
 
 }  // namespace
@@ -64,6 +74,7 @@ std::string ToJsonText(const JobRecord& record) {
   value["stopped"] = record.stopped;
   value["hardware"] = record.hardware;
   value["tries"] = record.tries;
+  value["quota"] = Json::UInt64{record.quota};
   value["end"] = record.end;
   value["words"] = record.words;
   return WriteRecord(value);
@@ -99,7 +110,7 @@ std::optional<ProcessMark> MarkOf(pid_t pid) {
 
 bool IsAlive(const JobRecord& record) {
   return record.supervisor.pid > 1 && record.boot == BootId() &&
-         MarkOf(record.supervisor.pid) == record.supervisor;
+         MarkOf(record.supervisor.pid) == record.supervisor && IsSupervisor(record.supervisor.pid);
 }
 
 bool SignalSupervisor(const JobRecord& record, int signal) {

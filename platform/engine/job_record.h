@@ -10,6 +10,8 @@
 
 namespace kinora::engine {
 
+inline constexpr char kSupervisor[] = "libexec/kinora-job";  // in the package's target
+
 // A process that no other one can be taken for: numbers are used again, but not with the same start.
 struct ProcessMark {
   pid_t pid = 0;         // 0: not started yet
@@ -28,8 +30,9 @@ struct JobRecord {
   bool stopped = false;
   bool hardware = false;
   int tries = 1;
-  std::string end;    // empty: at work, or killed
-  std::string words;  // the encoder's last ones
+  uint64_t quota = 0;  // bytes that the stream may fill while this job is at work
+  std::string end;     // empty: at work, or killed
+  std::string words;   // the encoder's last ones
 
   bool HasFailed() const { return end == "failed" || end.empty(); }
 
@@ -44,7 +47,7 @@ std::optional<JobRecord> ParseJobRecord(const std::string& text);
 std::string BootId();
 // Of a process that is there.
 std::optional<ProcessMark> MarkOf(pid_t pid);
-// Whether the supervisor of the record is still there, and is the one that is meant.
+// Whether the supervisor of the record is still there, is the one that is meant, and is a supervisor.
 bool IsAlive(const JobRecord& record);
 // Sends it the signal; false when it is not there.
 bool SignalSupervisor(const JobRecord& record, int signal);

@@ -4,6 +4,7 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -17,6 +18,7 @@
 #include "platform/engine/job_folder.h"
 #include "platform/engine/job_lock.h"
 #include "platform/engine/source_file.h"
+#include "platform/engine/stream_space.h"
 #include "platform/system/places.h"
 #include "platform/system/settings.h"
 #include "platform/system/spawn.h"
@@ -28,14 +30,16 @@ using Clock = std::chrono::steady_clock;
 using base::Descriptor;
 
 constexpr char kUnit[] = "engine/job";
-constexpr char kSupervisor[] = "libexec/kinora-job";
 constexpr char kEncoder[] = "bin/ffmpeg";
 constexpr int kSourceNumber = 3;
 constexpr int kFolderNumber = 4;
 constexpr int kLockNumber = 5;
+constexpr char kEncoderPatience[] = "25";  // seconds: a request waits for two tries
 
 // Of memory for the largest pictures and many threads. Time is bounded by the viewer's patience.
 constexpr system::ChildLimits kLimits{std::chrono::milliseconds(0), 16ULL << 30, 0, 2ULL << 30, 0};
+
+constexpr uint64_t kLeastSeconds = 10;  // of film that must have room for a job to begin
 
 constexpr std::chrono::seconds kPoliteness{3};
 constexpr std::chrono::seconds kPatience{15};
@@ -63,24 +67,36 @@ std::vector<OtherJob> OtherJobs(const std::string& stream_id) {
     const std::string name = entry->path().filename();
     const std::optional<StreamFolder> folder = StreamFolder::Open("HLS", name);
     if (name == stream_id || !folder || !IsJobRunning(*folder)) continue;
-    jobs.push_back({name, IdleMilliseconds(*folder)});
+    const std::optional<JobRecord> record = ReadJobRecord(*folder);
+    const uint64_t quota = record ? record->quota : 0;
+    jobs.push_back({name, IdleMilliseconds(*folder), quota - std::min(quota, SpaceOf(*folder))});
   }
   return jobs;
 }
 
-// Takes the stream's job lock if one more job may be at work.
-Descriptor TakePlace(const StreamFolder& folder, unsigned int most) {
-  const Descriptor one_at_a_time = TakeAdmissionLock();
-  const Admission admission = Admit(OtherJobs(folder.StreamId()), most);
+// Ends an idle job of another stream where that is what it takes. false: no more jobs may be at work.
+bool MakePlace(std::vector<OtherJob>& others, unsigned int most) {
+  const Admission admission = Admit(others, most);
   if (!admission.admitted) {
     base::Log(LOG_WARNING, kUnit, std::to_string(most) + " encoders are at work, no more may be");
-    return {};
+    return false;
   }
-  if (!admission.ends.empty()) {
-    const std::optional<StreamFolder> other = StreamFolder::Open("HLS", admission.ends);
-    if (other && !EndRunningJob(*other)) return {};
-  }
-  return TakeJobLock(folder.WorkPath("job.lock"));
+  if (admission.ends.empty()) return true;
+  const std::optional<StreamFolder> other = StreamFolder::Open("HLS", admission.ends);
+  if (other && !EndRunningJob(*other)) return false;
+  std::erase_if(others, [&](const OtherJob& job) { return job.stream_id == admission.ends; });
+  return true;
+}
+
+// What the stream may fill. Nothing, with a line in the log, when that is too little to go on.
+std::optional<uint64_t> FindQuota(const StreamFolder& folder, const StreamPlan& plan,
+                                  const std::vector<OtherJob>& others, const system::Settings& settings) {
+  const uint64_t all = SpaceOfAllStreams();
+  const uint64_t quota = QuotaBeside(others, all - std::min(all, SpaceOf(folder)), settings);
+  const uint64_t least = static_cast<uint64_t>(plan.picture.bitrate) / 8 * kLeastSeconds;
+  if (quota >= std::min(least, settings.stream_quota)) return quota;
+  base::Log(LOG_ERR, kUnit, "all streams together have met their quota");
+  return std::nullopt;
 }
 
 std::string Times(const SegmentGrid& grid, const EncoderRun& run) {
@@ -91,7 +107,7 @@ std::string Times(const SegmentGrid& grid, const EncoderRun& run) {
   return times;
 }
 
-std::vector<std::string> Arguments(const StreamPlan& plan, const EncoderRun& run, int tries,
+std::vector<std::string> Arguments(const StreamPlan& plan, const EncoderRun& run, int tries, uint64_t quota,
                                    const system::Settings& settings) {
   std::vector<std::string> arguments = {system::InTarget(kSupervisor),
                                         "--first",
@@ -102,8 +118,10 @@ std::vector<std::string> Arguments(const StreamPlan& plan, const EncoderRun& run
                                         std::to_string(settings.run_ahead_seconds),
                                         "--idle",
                                         std::to_string(settings.idle_seconds),
+                                        "--patience",
+                                        kEncoderPatience,
                                         "--quota",
-                                        std::to_string(settings.stream_quota),
+                                        std::to_string(quota),
                                         "--floor",
                                         std::to_string(settings.free_space_floor),
                                         "--hardware",
@@ -116,7 +134,7 @@ std::vector<std::string> Arguments(const StreamPlan& plan, const EncoderRun& run
   return arguments;
 }
 
-JobRecord RecordOfStart(const EncoderRun& run, int tries) {
+JobRecord RecordOfStart(const EncoderRun& run, int tries, uint64_t quota) {
   JobRecord record;
   record.boot = BootId();
   record.first = run.first;
@@ -124,6 +142,7 @@ JobRecord RecordOfStart(const EncoderRun& run, int tries) {
   record.newest = run.first - 1;
   record.hardware = run.hardware;
   record.tries = tries;
+  record.quota = quota;
   return record;
 }
 
@@ -141,11 +160,16 @@ FragmentOutcome StartJob(const StreamFolder& folder, const StreamPlan& plan, con
   const Descriptor work(::open(folder.WorkPath(".").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!work) return FragmentOutcome::kGone;
   system::Command command;
-  command.arguments = Arguments(plan, run, tries, settings);
   command.limits = kLimits;
-  const Descriptor lock = TakePlace(folder, settings.jobs);
+  const Descriptor one_at_a_time = TakeAdmissionLock();
+  std::vector<OtherJob> others = OtherJobs(folder.StreamId());
+  if (!MakePlace(others, settings.jobs)) return FragmentOutcome::kNoJob;
+  const std::optional<uint64_t> quota = FindQuota(folder, plan, others, settings);
+  if (!quota) return FragmentOutcome::kNoSpace;
+  const Descriptor lock = TakeJobLock(folder.WorkPath("job.lock"));
   if (!lock) return FragmentOutcome::kNoJob;
-  WriteJobRecord(folder, RecordOfStart(run, tries));
+  command.arguments = Arguments(plan, run, tries, *quota, settings);
+  WriteJobRecord(folder, RecordOfStart(run, tries, *quota));
   command.descriptors = {
       {source.Get(), kSourceNumber}, {work.Get(), kFolderNumber}, {lock.Get(), kLockNumber}};
   return system::SpawnDetached(command) ? FragmentOutcome::kReady : FragmentOutcome::kFailed;

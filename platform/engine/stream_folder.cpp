@@ -53,6 +53,11 @@ bool IsWorkingFolder(const std::string& target, const std::string& type, const s
   return ::lstat(target.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid();
 }
 
+bool IsLink(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
 [[noreturn]] void Fail(const std::string& what) {
   throw std::system_error(errno, std::generic_category(), what);
 }
@@ -98,6 +103,7 @@ std::optional<StreamFolder> StreamFolder::Open(const std::string& type, const st
   if (!IsStreamType(type) || !IsStreamId(stream_id)) return std::nullopt;
   std::optional<std::string> target = ReadLink(LinkOf(type, stream_id));
   if (!target || !IsWorkingFolder(*target, type, stream_id)) return std::nullopt;
+  if (IsLink(*target + "/" + kWorkFolder)) return std::nullopt;
   return StreamFolder(stream_id, std::move(*target));
 }
 

@@ -55,7 +55,7 @@ std::optional<ListedStream> Look(const std::string& type, const std::string& id)
   listed.bytes = BytesIn(stream.Get());
   const Descriptor work = OpenWorkFolder(stream.Get());
   if (work) listed.bytes += BytesIn(work.Get());
-  listed.encoding = work && IsHeld(work.Get(), "job.lock");
+  listed.encoding = work && HasJob(work.Get());
   return listed;
 }
 

@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "platform/base/file_time.h"
+#include "platform/engine/job_lock.h"
 #include "platform/engine/stream_id.h"
 #include "platform/system/places.h"
 
@@ -59,6 +60,10 @@ std::vector<std::string> NamesIn(int folder) {
 bool IsHeld(int folder, const char* name) {
   const Descriptor lock(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   return lock && ::flock(lock.Get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
+bool HasJob(int work_folder) {
+  return IsJobLockHeld("/proc/self/fd/" + std::to_string(work_folder) + "/job.lock");
 }
 
 int64_t LastUse(int stream, const std::string& type) {

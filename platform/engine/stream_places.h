@@ -23,6 +23,8 @@ std::vector<std::string> NamesIn(int folder);
 
 // Whether somebody holds the lock (flock) on the file.
 bool IsHeld(int folder, const char* name);
+// Whether a job is at work there.
+bool HasJob(int work_folder);
 
 // When a stream was last used, in nanoseconds since the epoch: the latest date of what its folder holds. Of a
 // raw one also when its path was read, for it bears no mark of use.

@@ -7,7 +7,6 @@
 #include <system_error>
 
 #include "contract/system/volume.h"
-#include "platform/engine/stream_folder.h"
 #include "platform/engine/stream_id.h"
 #include "platform/system/places.h"
 
@@ -38,6 +37,8 @@ bool HasSpaceForAStream() {
   return VolumeAvailGet(kSpaceOfAStream, 0, volume, flags, 0) > 0;
 }
 
+uint64_t SpaceOf(const StreamFolder& folder) { return SpaceOfFolder(folder.Path("")); }
+
 uint64_t SpaceOfAllStreams() {
   uint64_t space = 0;
   for (const std::string_view type : kStreamTypes) {
@@ -45,7 +46,7 @@ uint64_t SpaceOfAllStreams() {
     const fs::path links = fs::path(system::kWorkspace) / type;
     for (fs::directory_iterator entry(links, error), end; !error && entry != end; entry.increment(error)) {
       const auto folder = StreamFolder::Open(std::string(type), entry->path().filename());
-      if (folder) space += SpaceOfFolder(folder->Path(""));
+      if (folder) space += SpaceOf(*folder);
     }
   }
   return space;

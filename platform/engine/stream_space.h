@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "platform/engine/stream_folder.h"
+
 namespace kinora::engine {
 
 // What a volume must have free, above the floor that the settings name, for a stream to start there: a minute
@@ -11,6 +13,9 @@ inline constexpr uint64_t kSpaceOfAStream = 32ULL << 20;
 
 // Whether a volume has this much.
 bool HasSpaceForAStream();
+
+// Bytes on disk that the stream takes.
+uint64_t SpaceOf(const StreamFolder& folder);
 
 // Bytes on disk that all streams in the workspace take. What vanishes meanwhile, or cannot be read, counts as
 // nothing.

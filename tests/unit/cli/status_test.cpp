@@ -8,6 +8,7 @@
 #include "contract/engine/vte_stream.h"
 #include "contract/system/crvn_fs.h"
 #include "platform/base/descriptor.h"
+#include "platform/engine/job_lock.h"
 #include "platform/engine/stream_folder.h"
 #include "platform/engine/stream_request.h"
 #include "tests/unit/cli/commands_fixture.h"
@@ -117,9 +118,8 @@ TEST_F(StatusTest, TellsWhereAnEncoderIsAtWork) {
   std::ofstream(system::kSettingsFile) << "jobs=\"7\"\n";
   const std::string id = Open("HLS", "/films/a.mkv");
   const std::string file = Folder("HLS", id) / "work/job.lock";
-  const base::Descriptor lock(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
   EXPECT_FALSE(AsJson()["streams"][0]["encoding"].asBool());
-  ASSERT_EQ(::flock(lock.Get(), LOCK_EX), 0);
+  const base::Descriptor lock = engine::TakeJobLock(file);
   EXPECT_TRUE(AsJson()["streams"][0]["encoding"].asBool());
   const Outcome outcome = Run({"status"});
   EXPECT_THAT(outcome.out, HasSubstr("encoders  1 of 7\n"));

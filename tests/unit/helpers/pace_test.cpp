@@ -41,6 +41,19 @@ TEST(MayRun, WaitsWhenTheQuotaIsMetButNotBeforeTheViewerIsServed) {
   EXPECT_TRUE(MayRun(kRun, {5, 4, false}, {60'000, 140}, kept));
 }
 
+TEST(HangWatch, NoticesAnEncoderThatWritesNothingForTooLong) {
+  HangWatch watch(1000, 5000);
+  EXPECT_FALSE(watch.Hangs(5999, 0, true));
+  EXPECT_TRUE(watch.Hangs(6000, 0, true));
+  EXPECT_FALSE(watch.Hangs(6100, 1, true)) << "it has written";
+  EXPECT_FALSE(watch.Hangs(7099, 1, true));
+  EXPECT_TRUE(watch.Hangs(7100, 1, true));
+  EXPECT_FALSE(watch.Hangs(7200, 0, true)) << "what it had written has been published";
+  EXPECT_FALSE(watch.Hangs(9000, 0, false)) << "it waits for the viewer";
+  EXPECT_FALSE(watch.Hangs(9999, 0, true)) << "and may go on";
+  EXPECT_TRUE(watch.Hangs(10'000, 0, true));
+}
+
 TEST(ToDrop, TakesNothingWhileThereIsRoom) {
   EXPECT_THAT(ToDrop({5, 5, false}, {0, 30}, {{"0.ts", 0, 10}, {"5.ts", 5, 10}}), IsEmpty());
 }

@@ -252,11 +252,32 @@ TEST_F(HlsStream, HasNoFragmentsWhenItsPlanIsTornOrForeign) {
     WriteText(plan, whole.substr(0, length));
     EXPECT_FALSE(stream.Transcoding("0")) << length;
   }
-  WriteText(plan, "{\"version\":99}");
-  EXPECT_FALSE(stream.Transcoding("0"));
+  for (const std::string& other : {std::string("{\"version\":99}"), std::string(whole.size(), '\0')}) {
+    WriteText(plan, other);
+    EXPECT_FALSE(stream.Transcoding("0"));
+  }
   fs::remove(plan);
   fs::create_symlink("/etc/passwd", plan);
   EXPECT_FALSE(stream.Transcoding("0"));
+  EXPECT_TRUE(stream.Close());
+  ExpectNothingLeft();
+}
+
+TEST_F(HlsStream, HasNoFragmentsWhenItsWorkFolderIsElsewhere) {
+  const HttpLiveStream stream = Opened(Film());
+  const std::string work = FolderOf(stream.GetStreamID()) + "/work";
+  const std::string foreign = films_ + "/foreign";
+  fs::create_directory(foreign);
+  WriteText(foreign + "/0.ts", "somebody's own");
+  fs::remove(work);
+  fs::create_symlink(foreign, work);
+  EXPECT_FALSE(stream.Transcoding("0"));
+  EXPECT_FALSE(stream.Transcoding("1"));
+  EXPECT_EQ(stream.GetFragmentPath("0"), "");
+  EXPECT_TRUE(stream.Close());
+  ExpectNothingLeft();
+  EXPECT_EQ(Content(foreign + "/0.ts"), "somebody's own");
+  EXPECT_EQ(std::distance(fs::directory_iterator(foreign), fs::directory_iterator()), 1);
 }
 
 TEST_F(HlsStream, GivesPlainFilesAlone) {

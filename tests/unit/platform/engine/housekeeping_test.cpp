@@ -14,6 +14,7 @@
 #include "contract/system/crvn_fs.h"
 #include "platform/base/descriptor.h"
 #include "platform/base/file_time.h"
+#include "platform/engine/job_lock.h"
 #include "platform/system/places.h"
 
 namespace kinora::engine {
@@ -163,11 +164,16 @@ TEST_F(HousekeepingTest, KeepsAStreamWithAnEncoderAtWork) {
   Put(Folder("HLS", id) / "work/job.lock");
   Put(Folder("HLS", id) / "lock");
   AgeAll(Folder("HLS", id), 100h);
-  for (const char* name : {"work/job.lock", "lock"}) {
-    const base::Descriptor lock(::open((Folder("HLS", id) / name).c_str(), O_RDWR | O_CLOEXEC));
-    ASSERT_EQ(::flock(lock.Get(), LOCK_EX), 0);
+  {
+    const base::Descriptor job = TakeJobLock(Folder("HLS", id) / "work/job.lock");
     SweepTwice();
-    EXPECT_TRUE(IsThere("HLS", id)) << name;
+    EXPECT_TRUE(IsThere("HLS", id));
+  }
+  {
+    const base::Descriptor deciding(::open((Folder("HLS", id) / "lock").c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(::flock(deciding.Get(), LOCK_EX), 0);
+    SweepTwice();
+    EXPECT_TRUE(IsThere("HLS", id)) << "somebody decides about a job";
   }
   SweepTwice();
   EXPECT_FALSE(IsThere("HLS", id));

@@ -62,13 +62,18 @@ TEST(DecideStart, GoesByHowTheLastJobEnded) {
       {"no space a while ago", "space", false, 1, 7, 5000, {Kind::kGo, 1}},
   };
   for (const Case& c : cases) {
-    JobRecord job = Job(4, 20, 6);
+    // A second try begins where the first has failed.
+    JobRecord job = c.tries > 1 ? Job(7, 20, 6) : Job(4, 20, 6);
     job.end = c.end;
     job.hardware = c.hardware;
     job.tries = c.tries;
     EXPECT_EQ(DecideStart(LastJob{job, c.age_ms}, c.number), c.expected) << c.name;
   }
   EXPECT_EQ(DecideStart(std::nullopt, 7), Start{});
+  JobRecord progress = Job(7, 20, 8);
+  progress.end = "failed";
+  progress.tries = 2;
+  EXPECT_EQ(DecideStart(LastJob{progress, 0}, 9), (Start{Kind::kGo, 2})) << "its second try succeeded";
 }
 
 TEST(Admit, EndsOnlyAJobWhoseViewerHasLeft) {
@@ -78,6 +83,38 @@ TEST(Admit, EndsOnlyAJobWhoseViewerHasLeft) {
   EXPECT_EQ(Admit({{"a", 16'000}, {"b", 17'000}}, 2), (Admission{true, "b"}));
   EXPECT_EQ(Admit({{"a", -16'000}, {"b", 0}}, 2), Admission{});
   EXPECT_EQ(Admit({{"a", 16'000}, {"b", 17'000}, {"c", 0}}, 2), Admission{}) << "the limit was lowered";
+}
+
+TEST(QuotaBeside, SharesWhatIsLeftAmongThePlaces) {
+  struct Case {
+    const char* name;
+    std::vector<uint64_t> open;  // to the jobs at work
+    uint64_t taken;
+    unsigned int places;
+    uint64_t expected;
+  };
+  const Case cases[] = {
+      {"nothing is there", {}, 0, 1, 600},
+      {"two places", {}, 0, 2, 500},
+      {"many places", {}, 0, 10, 100},
+      {"the last place", {500}, 0, 2, 500},
+      {"what is open and what lies there", {300}, 200, 2, 500},
+      {"nearly full", {}, 990, 1, 10},
+      {"full", {}, 1000, 1, 0},
+      {"too full", {100}, 5000, 2, 0},
+      {"more is open than there is", {700, 700}, 0, 3, 0},
+      {"more jobs than are allowed now", {100, 100}, 0, 1, 600},
+      {"past every number", {UINT64_MAX}, UINT64_MAX, 2, 0},
+  };
+  for (const Case& c : cases) {
+    system::Settings settings;
+    settings.stream_quota = 600;
+    settings.streams_quota = 1000;
+    settings.jobs = c.places;
+    std::vector<OtherJob> others;
+    for (const uint64_t open : c.open) others.push_back({"id", 0, open});
+    EXPECT_EQ(QuotaBeside(others, c.taken, settings), c.expected) << c.name;
+  }
 }
 
 }  // namespace

@@ -311,8 +311,20 @@ test("Server.WithoutAFreeEncoderIsAskedAgainWithAWord", async () => {
   let busy = true;
   mock.fail = (call) => (busy && call.get("fragment") ? 503 : 0);
   await page.goto("/#/film/1");
-  await page.getByText("The server is busy converting other films.").waitFor();
+  await page.getByText("The server is busy converting.").waitFor();
   busy = false;
+  await playsPast(page, 0.5);
+  assert.equal(opened(), 1);
+  assert.equal(await page.locator(".waiting-words").textContent(), "");
+});
+
+test("Server.WithoutSpaceSaysThatAndGoesOnWhenThereIsSome", async () => {
+  let full = true;
+  mock.fail = (call) => (full && call.get("fragment") ? 503 : 0);
+  mock.failure = { error: { code: 1203, message: "No space is left for the stream" } };
+  await page.goto("/#/film/1");
+  await page.getByText("The server’s disk is full.").waitFor();
+  full = false;
   await playsPast(page, 0.5);
   assert.equal(opened(), 1);
   assert.equal(await page.locator(".waiting-words").textContent(), "");

@@ -4,6 +4,7 @@
 // that has no encoder free (503), is asked patiently while the film plays on from what is loaded; what it refuses
 // (4xx) is not asked for twice, for the stream is gone then.
 import type { HlsConfig, LoadPolicy } from "hls.js";
+import { readAnswer, Refusal } from "./api.ts";
 import { willPass } from "./breakage.ts";
 
 const kPatient = 60; // attempts, the later ones 8 s apart
@@ -17,16 +18,41 @@ export function mayRetry(status: number | undefined, late: boolean, failures: nu
   return status >= 500 && failures < kImpatient;
 }
 
+// The code with which the server refused; nothing when the body holds none.
+export function refusalIn(body: string | ArrayBuffer): number | undefined {
+  try {
+    readAnswer(typeof body === "string" ? body : new TextDecoder().decode(body));
+  } catch (error) {
+    if (error instanceof Refusal) return error.code;
+  }
+  return undefined;
+}
+
+// The server's last refusal. hls.js asks whether to try again without showing the body, but right after its request
+// told the listeners that came before.
+class LastRefusal {
+  code: number | undefined;
+
+  readonly watch = (request: XMLHttpRequest): void => {
+    request.addEventListener("readystatechange", () => {
+      if (request.readyState !== XMLHttpRequest.DONE) return;
+      this.code = request.status >= 400 ? refusalIn(request.response as string | ArrayBuffer) : undefined;
+    });
+  };
+}
+
+// Hears of each failure that another attempt follows: the HTTP status, 0 for no answer, and the server's code.
+export type HearOfTrouble = (status: number, code: number | undefined) => void;
+
 const kPauses = { retryDelayMs: 1000, maxRetryDelayMs: 8000, backoff: "exponential" } as const;
 
-// `trouble` hears of each failure that another attempt follows.
-function policy(first_byte: number, trouble: (status: number) => void): LoadPolicy {
+function policy(first_byte: number, refusal: LastRefusal, trouble: HearOfTrouble): LoadPolicy {
   const retry = {
     ...kPauses,
     maxNumRetry: kPatient,
     shouldRetry: (_: unknown, failures: number, late: boolean, answer?: { code?: number }) => {
       const again = mayRetry(answer?.code, late, failures);
-      if (again) trouble(answer?.code ?? 0);
+      if (again) trouble(answer?.code ?? 0, late ? undefined : refusal.code);
       return again;
     },
   };
@@ -41,7 +67,8 @@ export interface Start {
   track?: string | undefined; // its name
 }
 
-export function configFor(start: Start, worker: string, trouble: (status: number) => void): Partial<HlsConfig> {
+export function configFor(start: Start, worker: string, trouble: HearOfTrouble): Partial<HlsConfig> {
+  const refusal = new LastRefusal();
   return {
     // The first fragment asked for is the one to be seen: each other one would cost an encoder.
     startPosition: start.at,
@@ -50,11 +77,12 @@ export function configFor(start: Start, worker: string, trouble: (status: number
     maxBufferLength: 60,
     maxMaxBufferLength: 120,
     backBufferLength: 60,
+    xhrSetup: refusal.watch,
     lowLatencyMode: false,
     enableInterstitialPlayback: false,
     ...(start.track !== undefined && { audioPreference: { lang: start.language ?? "", name: start.track } }),
-    manifestLoadPolicy: policy(20_000, trouble),
-    playlistLoadPolicy: policy(20_000, trouble),
-    fragLoadPolicy: policy(60_000, trouble),
+    manifestLoadPolicy: policy(20_000, refusal, trouble),
+    playlistLoadPolicy: policy(20_000, refusal, trouble),
+    fragLoadPolicy: policy(60_000, refusal, trouble),
   };
 }

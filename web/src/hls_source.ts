@@ -29,7 +29,7 @@ export class HlsSource implements Source {
     private readonly on: SourceEvents,
   ) {
     const wanted = { at: start.at, language: start.track?.language, track: start.track?.name };
-    this.hls = new Hls(configFor(wanted, worker, (status) => on.trouble(status)));
+    this.hls = new Hls(configFor(wanted, worker, (status, code) => on.trouble(status, code)));
     this.hls.on(Events.ERROR, (_, data) => this.error(data));
     this.hls.on(Events.FRAG_LOADED, () => on.trouble(undefined));
     this.hls.on(Events.BUFFER_APPENDED, () => this.appended());

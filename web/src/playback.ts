@@ -12,8 +12,8 @@ export type Failure =
   | { why: "lost" } // it broke off and could not be taken up again
   | { why: "format" }; // the browser can't play what the server sends
 
-// Why loading stands still: the server does not answer, or has no encoder free.
-export type Trouble = "server" | "encoders";
+// Why loading stands still: the server does not answer, has no encoder free, or no space.
+export type Trouble = "server" | "encoders" | "disk";
 
 export interface PlaybackEvents {
   // The PIN for a locked film; undefined when the viewer gave up. Called on codes 1400 and 1401.
@@ -28,6 +28,7 @@ export interface PlaybackEvents {
   failed: (failure: Failure) => void;
 }
 
+const kDiskFull = 1203;
 const kPinMissing = 1400;
 const kPinWrong = 1401;
 // Refusals that another quality would meet with, too.
@@ -156,7 +157,7 @@ export class Playback {
     if (own !== this.generation) return;
     this.source = start(this.video, { at: this.position, track: this.track }, {
       broke: (breakage) => own === this.generation && this.broke(stream, breakage),
-      trouble: (status) => this.troubled(status),
+      trouble: (status, code) => this.troubled(status, code),
       tracks: (tracks, chosen) => this.heard(tracks, chosen),
     });
   }
@@ -203,9 +204,10 @@ export class Playback {
     this.on.tracks(tracks, chosen);
   }
 
-  private troubled(status: number | undefined): void {
+  private troubled(status: number | undefined, code?: number): void {
     if (status === undefined) this.on.trouble(undefined);
-    else if (willPass(status)) this.on.trouble(status === 503 ? "encoders" : "server");
+    else if (status === 503) this.on.trouble(code === kDiskFull ? "disk" : "encoders");
+    else if (willPass(status)) this.on.trouble("server");
   }
 
   private broke(stream: Stream, breakage: Breakage): void {

@@ -5,8 +5,8 @@ import { askForStream, comesInFragments, mediaAddress, type Stream } from "./str
 
 export interface SourceEvents {
   broke: (breakage: Breakage) => void;
-  // Loading fails and is tried again; the status as in Breakage, undefined when it goes on.
-  trouble: (status: number | undefined) => void;
+  // Loading fails and is tried again; the status as in Breakage, undefined when it goes on, and the server's code.
+  trouble: (status: number | undefined, code?: number) => void;
   tracks: (tracks: readonly AudioTrack[], chosen: number) => void;
 }
 

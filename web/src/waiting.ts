@@ -7,7 +7,8 @@ const kShownAfter = 250;
 
 const kWords: Record<Trouble, string> = {
   server: "Kinora does not answer. The film goes on when it is back.",
-  encoders: "The server is busy converting other films. This one waits for its turn.",
+  encoders: "The server is busy converting. The film goes on when its turn comes.",
+  disk: "The server’s disk is full. The film goes on when there is room again.",
 };
 
 export class Waiting {

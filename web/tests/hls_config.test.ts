@@ -1,6 +1,6 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { configFor, mayRetry } from "../src/hls_config.ts";
+import { configFor, mayRetry, refusalIn } from "../src/hls_config.ts";
 
 const kCases: [number | undefined, boolean, number, boolean][] = [
   [0, false, 0, true],
@@ -20,6 +20,19 @@ const kCases: [number | undefined, boolean, number, boolean][] = [
 for (const [status, late, failures, again] of kCases) {
   test(`HlsConfig.Retries(${status}, ${late ? "late" : "failed"} ${failures} times)`, () => {
     assert.equal(mayRetry(status, late, failures), again);
+  });
+}
+
+const kRefusals: [string, number | undefined][] = [
+  ['{"error": {"code": 1203, "message": "No space is left for the stream"}}', 1203],
+  ['{"result": {}}', undefined],
+  ["<h1>503</h1>", undefined],
+  ["", undefined],
+];
+for (const [body, code] of kRefusals) {
+  test(`HlsConfig.FindsTheRefusalIn(${body})`, () => {
+    assert.equal(refusalIn(body), code);
+    assert.equal(refusalIn(new TextEncoder().encode(body).buffer), code);
   });
 }
 

@@ -50,6 +50,7 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     files: {}, // film id -> what is sent of it as it is, instead of `media`
     kinds: { hls: "muxed", hls_remux: "muxed" }, // which fragments a format gets
     fail: () => undefined, // (call for a stream) -> the HTTP status to fail it with
+    failure: { error: { code: 129, message: "" } }, // what it says then
     pins: {}, // film id -> the PIN that opens it
     welcome: "welcome-secret", sessions: new Set(), streams: new Map(), asked: [], down: false, next: 1,
     sweep() { mock.streams.clear(); },
@@ -95,7 +96,10 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     const id = mock.streams.get(call.get("id"));
     const format = call.get("format");
     const status = id === undefined ? 404 : mock.fail(call);
-    if (status) return void response.writeHead(status).end();
+    if (status) {
+      response.writeHead(status, { "Content-Type": "application/json" }).end(JSON.stringify(mock.failure));
+      return;
+    }
     if (format === "raw") return sendFile(request, response, mock.files[id] ?? media, "video/mp4");
     const folder = hls[mock.kinds[format]];
     if (call.get("fragment")) return sendFile(request, response, path.join(folder, call.get("fragment")), "video/mp2t");

@@ -17,8 +17,9 @@ namespace kinora::cli {
 namespace {
 
 constexpr char kInstallFFmpeg[] = "; install the package ffmpeg";
-constexpr std::array kPrograms = {"bin/kinora", "bin/entry.cgi", "libexec/kinora-probe",
-                                  "libexec/kinora-picture"};
+constexpr std::array kPrograms = {"bin/kinora",          "bin/entry.cgi",          "libexec/kinora-index",
+                                  "libexec/kinora-job",  "libexec/kinora-picture", "libexec/kinora-probe",
+                                  "libexec/kinora-remux"};
 constexpr std::array kData = {"share/lighttpd.conf", "share/web/index.html", "etc/format_rules.json",
                               "etc/TransProfile", "etc/TransProfile_GST"};
 

@@ -12,6 +12,7 @@
 #include "cli/service_account.h"
 #include "platform/base/text.h"
 #include "platform/engine/look.h"
+#include "platform/engine/media_index.h"
 #include "platform/engine/picture_cache.h"
 #include "platform/media/catalog.h"
 #include "platform/media/folder_watch.h"
@@ -46,7 +47,9 @@ media::ScanProgress ScanOnce(media::Store& store) {
       media::Scan(store, engine::LookAt, terminal ? media::ProgressFunction(ShowProgress) : nullptr);
   if (terminal) std::cerr << "\r\x1b[K" << std::flush;
   ShowSummary(progress);
-  engine::KeepPicturesOf([&] { return media::Catalog(store).Paths(); });
+  const auto films = [&] { return media::Catalog(store).Paths(); };
+  engine::KeepPicturesOf(films);
+  engine::KeepIndexesOf(films);
   return progress;
 }
 

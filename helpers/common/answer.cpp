@@ -35,9 +35,9 @@ int Fail(int code, const char* reason) {
 
 }  // namespace
 
-int Answer(const std::function<std::string()>& work, uint64_t file_size) {
+int Answer(const std::function<std::string()>& work, uint64_t file_size, uint64_t seconds) {
   av_log_set_level(AV_LOG_QUIET);  // one line of our own says why; the libraries' texts come from the file
-  const std::string trouble = GiveUpRights(file_size);
+  const std::string trouble = GiveUpRights(file_size, seconds);
   if (!trouble.empty()) return Fail(kNoPower, trouble.c_str());
   try {
     return WriteAll(work()) ? kDone : Fail(kNoOutput, "the answer cannot be written");

@@ -94,12 +94,18 @@ int MediaInput::Read(void* opaque, uint8_t* buffer, int size) {
     source.position += given;
     return given;
   }
-  if (source.budget <= 0) return AVERROR(EFBIG);
+  if (source.budget <= 0) {
+    source.stopped = true;
+    return AVERROR(EFBIG);
+  }
   ssize_t got;
   do {
     got = ::pread(source.descriptor, buffer, static_cast<size_t>(size), source.position);
   } while (got < 0 && errno == EINTR);
-  if (got < 0) return AVERROR(errno);
+  if (got < 0) {
+    source.stopped = true;
+    return AVERROR(errno);
+  }
   if (got == 0) return AVERROR_EOF;
   source.position += got;
   source.budget -= got;

@@ -55,6 +55,9 @@ class MediaInput {
   std::string Head(size_t length) const { return BytesAt(0, length); }
   // At most `length` bytes from `position` on; fewer where the file ends.
   std::string BytesAt(int64_t position, size_t length) const;
+  // Reading has met the end of the budget, or a disk that fails: what the demuxer took for the end of the
+  // film was none.
+  bool WasStopped() const { return source_->stopped; }
   // From now on the demuxer gets packets of the right size that hold nothing: for who wants to know where the
   // packets of a film lie and not what they are. Only for files whose tables have been read.
   void ReadBlank() { source_->blank = true; }
@@ -66,6 +69,7 @@ class MediaInput {
     int64_t position;
     int64_t budget;  // bytes that may still be read
     bool blank = false;
+    bool stopped = false;
   };
   static int Read(void* opaque, uint8_t* buffer, int size);
   static int64_t Seek(void* opaque, int64_t offset, int whence);

@@ -58,7 +58,7 @@ bool Limit(int resource, rlim_t most) {
 
 }  // namespace
 
-std::string GiveUpRights(uint64_t file_size) {
+std::string GiveUpRights(uint64_t file_size, uint64_t seconds) {
   if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return "no-new-privileges cannot be set";
   if (HasCapabilities()) {
     BecomeNobody();
@@ -66,7 +66,7 @@ std::string GiveUpRights(uint64_t file_size) {
   }
   // What is open stays open; nothing can be opened any more. One thread is all we have.
   const bool limited = Limit(RLIMIT_NOFILE, 0) && Limit(RLIMIT_NPROC, 0) && Limit(RLIMIT_CORE, 0) &&
-                       Limit(RLIMIT_AS, rlim_t{1} << 30) && Limit(RLIMIT_CPU, 60) &&
+                       Limit(RLIMIT_AS, rlim_t{1} << 30) && Limit(RLIMIT_CPU, seconds) &&
                        Limit(RLIMIT_FSIZE, file_size);
   return limited ? "" : std::string("limits cannot be set: ") + std::strerror(errno);
 }

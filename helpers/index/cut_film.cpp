@@ -126,6 +126,7 @@ std::optional<CutFilm> CutUp(MediaInput& input, bool scan) {
   film.frame_rate = av_guess_frame_rate(&context, &anchor, nullptr);
   index.frame_duration = FrameDuration(anchor, film.frame_rate);
   std::optional<Walk> walk = scan ? WalkPackets(input, container, index) : WalkIndex(input, container, index);
+  if (input.WasStopped()) throw Failure(kUnreadable, "it cannot be read to its end");
   if (!walk) return std::nullopt;
   if (walk->keys.empty()) throw Failure(kUnreadable, "nothing in it can be started at");
   index.end = walk->end;

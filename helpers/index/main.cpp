@@ -1,6 +1,10 @@
-// kinora-index [--scan]: tells how the film that is open as descriptor 3 can be cut without encoding it.
-// Takes the container's own index; with --scan it reads the whole file. Opens nothing, ends as exit_codes.h
-// says.
+// kinora-index [--scan | --scan-to-file]: tells how the film that is open as descriptor 3 can be cut without
+// encoding it. Takes the container's own index; with --scan it reads the whole file. Opens nothing, ends as
+// exit_codes.h says.
+//
+// With --scan-to-file it reads the whole file and writes to descriptor 4, an empty file. The first byte comes
+// last: a file that begins with a zero byte is torn. What goes wrong with the film is an answer then, too: it
+// is the film's trouble.
 //
 // It writes one line of JSON for whoever plans the stream, and behind it the index for kinora-remux
 // (helpers/common/film_index.h):
@@ -14,8 +18,11 @@
 //   codec         of the video, as RFC 6381 names it
 //   peak_bitrate  bits per second between two cuts, of the whole file; 0 where it is not known
 #include <json/json.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <new>
 #include <string_view>
 
 #include "helpers/common/answer.h"
@@ -25,8 +32,12 @@
 namespace {
 
 using kinora::helper::CutFilm;
+using kinora::helper::Failure;
 
 constexpr int64_t kWithoutScan = int64_t{512} << 20;
+constexpr int kFileDescriptor = 4;
+constexpr uint64_t kLargestFile = uint64_t{64} << 20;
+constexpr uint64_t kScanSeconds = 600;  // of the processor; enough for some hundred gigabytes
 
 Json::Value Summary(const CutFilm& film) {
   Json::Value summary(Json::objectValue);
@@ -47,6 +58,12 @@ Json::Value Summary(const CutFilm& film) {
   return summary;
 }
 
+std::string Line(const Json::Value& summary) {
+  Json::StreamWriterBuilder compact;
+  compact["indentation"] = "";
+  return Json::writeString(compact, summary) + "\n";
+}
+
 std::string Index(bool scan) {
   kinora::helper::InputOptions options;
   options.plain_times = true;
@@ -56,18 +73,57 @@ std::string Index(bool scan) {
   Json::Value summary;
   summary["indexed"] = false;
   if (film) summary = Summary(*film);
-  Json::StreamWriterBuilder compact;
-  compact["indentation"] = "";
-  const std::string line = Json::writeString(compact, summary) + "\n";
-  return film ? line + kinora::helper::Serialize(film->index) : line;
+  return film ? Line(summary) + kinora::helper::Serialize(film->index) : Line(summary);
+}
+
+// Of a film in which there is nothing to be cut.
+std::string Refusal(const std::string& trouble) {
+  Json::Value summary(Json::objectValue);
+  summary["indexed"] = true;
+  summary["video"] = -1;
+  summary["trouble"] = trouble;
+  summary["cuts"] = Json::Value(Json::arrayValue);
+  summary["frame_rate"].append(0);
+  summary["frame_rate"].append(0);
+  summary["codec"] = "";
+  summary["peak_bitrate"] = 0;
+  return Line(summary);
+}
+
+void WriteAt(std::string_view bytes, off_t place) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::pwrite(kFileDescriptor, bytes.data(), bytes.size(), place);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) throw Failure(kinora::helper::kNoOutput, "the file takes no more");
+    bytes.remove_prefix(static_cast<size_t>(written));
+    place += written;
+  }
+}
+
+std::string ScanToFile() {
+  std::string answer;
+  try {
+    answer = Index(true);
+  } catch (const Failure& failure) {
+    answer = Refusal(failure.what());
+  } catch (const std::bad_alloc&) {
+    answer = Refusal("it asks for more memory than is given");
+  }
+  const std::string_view bytes = answer;
+  WriteAt(bytes.substr(1), 1);
+  if (::fdatasync(kFileDescriptor) != 0) throw Failure(kinora::helper::kNoOutput, "the file cannot be kept");
+  WriteAt(bytes.substr(0, 1), 0);
+  return "";
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
-  const bool scan = count == 2 && std::string_view(arguments[1]) == "--scan";
+  const std::string_view option = count == 2 ? arguments[1] : "";
+  if (option == "--scan-to-file") return kinora::helper::Answer(ScanToFile, kLargestFile, kScanSeconds);
+  const bool scan = option == "--scan";
   if (count != 1 && !scan) {
-    std::fputs("usage: kinora-index [--scan] 3<FILE\n", stderr);
+    std::fputs("usage: kinora-index [--scan | --scan-to-file] 3<FILE [4>INDEX]\n", stderr);
     return kinora::helper::kUsage;
   }
   return kinora::helper::Answer([scan] { return Index(scan); });

@@ -60,7 +60,7 @@ class Walker {
     if (container_ != Container::kMatroska || !ReadCues()) return std::nullopt;
     ReadFirstGroup();
     SampleSought();
-    ReadLastGroup();
+    if (!ReadLastGroup()) return std::nullopt;
     return Finish();
   }
 
@@ -238,12 +238,21 @@ class Walker {
     walk_.reorder_depth = std::max(reorder_.Depth(), AnchorStream()->codecpar->video_delay);
   }
 
-  void ReadLastGroup() {
-    Seek(walk_.keys.back().pts);
+  // What comes behind the last key of the index. False when there are keys long after it: the index is not
+  // the film's, but what the demuxer has met by chance while it looked at a file without one.
+  bool ReadLastGroup() {
+    const int64_t last = walk_.keys.back().pts;
+    Seek(last);
     while (Read()) {
       const int place = TrackOf(packet_->stream_index);
-      if (place >= 0) NoteEnd(tracks_[static_cast<size_t>(place)]);
+      if (place < 0 || packet_->pts == AV_NOPTS_VALUE) continue;
+      const bool key = place == film_.anchor && (packet_->flags & AV_PKT_FLAG_KEY) != 0;
+      if (key && av_rescale_q(packet_->pts - last, Anchor().time_base, AVRational{1, 1}) >= kLongestGap) {
+        return false;
+      }
+      NoteEnd(tracks_[static_cast<size_t>(place)]);
     }
+    return true;
   }
 
   // ---- single key packets

@@ -40,6 +40,7 @@ class Collector {
       av_packet_unref(packet_.get());
     }
     if (splitter_ && !audio_done_) splitter_->Finish([this](AVPacket& frame) { HearFrame(frame); });
+    if (input_.WasStopped()) throw Failure(kUnreadable, "the film cannot be read");
     const bool complete = !selection_.video || video_done_ || (in_fragment_ && !selection_.end);
     if (!complete) Mismatch();
   }

@@ -1,22 +1,19 @@
 #include "platform/engine/media_index.h"
 
 #include <fcntl.h>
-#include <sodium.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <system_error>
 
 #include "platform/base/atomic_file.h"
 #include "platform/base/log.h"
-#include "platform/base/text.h"
+#include "platform/engine/film_cache.h"
+#include "platform/engine/index_scan.h"
 #include "platform/engine/source_file.h"
 #include "platform/system/child.h"
 #include "platform/system/places.h"
@@ -30,25 +27,13 @@ using system::ChildResult;
 constexpr char kUnit[] = "engine/media_index";
 constexpr char kProgram[] = "libexec/kinora-index";
 constexpr int kMediaDescriptor = 3;
-constexpr size_t kDigestSize = 16;
-constexpr size_t kLongestIndex = size_t{64} << 20;
 constexpr size_t kReadStep = size_t{64} << 10;
 constexpr uint64_t kScannedAtOnce = uint64_t{256} << 20;  // bytes of a film, less than a second's work
 constexpr time_t kUnusedFor = time_t{30} * 24 * 60 * 60;
 constexpr time_t kUseNoted = time_t{24} * 60 * 60;
+constexpr FilmCache kCache(system::kIndexCache, kUnit);
 
 constexpr system::ChildLimits kLimits{std::chrono::seconds(60), 1ULL << 30, 55, 0, kLongestIndex};
-
-std::string Digest(std::string_view text) {
-  std::array<unsigned char, kDigestSize> digest{};
-  crypto_generichash(digest.data(), digest.size(), reinterpret_cast<const unsigned char*>(text.data()),
-                     text.size(), nullptr, 0);
-  return base::ToHex({reinterpret_cast<const char*>(digest.data()), digest.size()});
-}
-
-std::string FolderOf(const SourceIdentity& source) {
-  return std::string(system::kIndexCache) + "/" + Digest(source.path);
-}
 
 std::string FileOf(const SourceIdentity& source) {
   std::string state = "1";  // the index's version
@@ -56,28 +41,7 @@ std::string FileOf(const SourceIdentity& source) {
                              std::to_string(source.size), std::to_string(source.modified_ns)}) {
     state += " " + number;
   }
-  return FolderOf(source) + "/" + Digest(state);
-}
-
-[[noreturn]] void Fail(const std::string& what) {
-  throw std::system_error(errno, std::generic_category(), what);
-}
-
-void MakeFolders(const std::string& folder) {
-  for (const std::string& path : {std::string(system::kIndexCache), folder}) {
-    if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) Fail("cannot make " + path);
-  }
-}
-
-// Held until the descriptor is closed, also by a process that dies.
-base::Descriptor Lock(const std::string& folder) {
-  const std::string path = folder + "/lock";
-  base::Descriptor lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-  int result = -1;
-  while (lock && (result = ::flock(lock.Get(), LOCK_EX)) != 0 && errno == EINTR) {
-  }
-  if (result != 0) Fail("cannot lock " + path);
-  return lock;
+  return kCache.FolderOf(source.path) + "/" + Digest(state);
 }
 
 // The first line of a kept index.
@@ -133,13 +97,13 @@ ChildResult AskHelper(int source, bool scan) {
 void RemoveUnused() {
   std::error_code error;
   const time_t now = ::time(nullptr);
-  for (const fs::directory_entry& folder : fs::directory_iterator(system::kIndexCache, error)) {
+  for (const fs::path& folder : kCache.Folders()) {
     bool used = false;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
       struct stat status {};
       used = used || (::lstat(entry.path().c_str(), &status) == 0 && now - status.st_mtime < kUnusedFor);
     }
-    if (!used) fs::remove_all(folder, error);
+    if (!used) kCache.Remove(folder);
   }
 }
 
@@ -148,8 +112,15 @@ void RemoveEarlierStates(const std::string& path) {
   const fs::path kept(path);
   for (const fs::directory_entry& entry : fs::directory_iterator(kept.parent_path(), error)) {
     const std::string name = entry.path().filename();
-    if (name != "lock" && name != kept.filename()) fs::remove(entry.path(), error);
+    if (name != kFilmLock && name != kScanLock && name != kept.filename()) fs::remove(entry.path(), error);
   }
+}
+
+// The film's index is in its place: everything that others have left goes.
+std::optional<MediaIndex> Settle(const std::string& path) {
+  RemoveEarlierStates(path);
+  RemoveUnused();
+  return Kept(path);
 }
 
 std::optional<MediaIndex> Make(const SourceIdentity& source, const std::string& path, std::string& reason) {
@@ -157,6 +128,12 @@ std::optional<MediaIndex> Make(const SourceIdentity& source, const std::string& 
   if (!film) {
     reason = "it is gone or another file";
     return std::nullopt;
+  }
+  const std::string scanned = path + kScanSuffix;
+  if (IsScanRunning(scanned)) return MediaIndex{};
+  if (Kept(scanned)) {
+    fs::rename(scanned, path);
+    return Settle(path);
   }
   ChildResult result = AskHelper(film.Get(), false);
   std::optional<FilmCuts> cuts;
@@ -169,16 +146,17 @@ std::optional<MediaIndex> Make(const SourceIdentity& source, const std::string& 
     reason = "the index helper cannot tell where it can be cut";
     return std::nullopt;
   }
-  if (!cuts->indexed) return MediaIndex{std::move(*cuts), {}};
+  if (!cuts->indexed) {
+    StartScan(film, scanned);
+    return MediaIndex{};
+  }
   // The helper read an open file: what it said is kept only if that is still what the name stands for.
   if (!OpenSource(source)) {
     reason = "it is gone or another file";
     return std::nullopt;
   }
   base::WriteFileAtomically(path, result.output, 0600);
-  RemoveEarlierStates(path);
-  RemoveUnused();
-  return Kept(path);
+  return Settle(path);
 }
 
 }  // namespace
@@ -187,8 +165,7 @@ std::optional<MediaIndex> IndexOf(const SourceIdentity& source, std::string& rea
   const std::string path = FileOf(source);
   try {
     if (std::optional<MediaIndex> kept = Kept(path)) return kept;
-    MakeFolders(FolderOf(source));
-    const base::Descriptor lock = Lock(FolderOf(source));
+    const base::Descriptor lock = kCache.Lock(kCache.FolderOf(source.path));
     if (std::optional<MediaIndex> kept = Kept(path)) return kept;  // somebody else was at it while we waited
     return Make(source, path, reason);
   } catch (const std::system_error& error) {
@@ -197,5 +174,7 @@ std::optional<MediaIndex> IndexOf(const SourceIdentity& source, std::string& rea
     return std::nullopt;
   }
 }
+
+void KeepIndexesOf(const std::function<std::vector<std::string>()>& films) { kCache.KeepOnly(films); }
 
 }  // namespace kinora::engine

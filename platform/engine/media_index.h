@@ -1,16 +1,19 @@
 // How films can be cut, found out by the index helper once and kept.
 //
-//   indexes/<digest of the path>/         one folder for each film
+//   indexes/<first two digits>/<digest of the path>/   one folder for each film (film_cache.h)
 //     <digest of what file it is>         what the helper said: a line of JSON, and behind it what
 //                                         kinora-remux reads; its modification time is when it was last used
-//     lock                                held while the helper is at work
+//     <the same>.scan                     what a scan in the background is saying (index_scan.h)
+//     lock, scan.lock                     held while the helper is at work
 //
 // What an earlier state of a file left goes when its next one is kept; what nobody has used for a month goes
 // when anything new is kept.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/base/descriptor.h"
 #include "platform/engine/film_cuts.h"
@@ -23,8 +26,12 @@ struct MediaIndex {
   base::Descriptor file;  // for kinora-remux; open for reading
 };
 
-// Nothing when there is none, with the reason. A film without an index of its own is read as a whole if it is
-// small; else `film.indexed` of the answer is false.
+// Nothing when there is none, with the reason. A film without an index of its own is read as a whole: a small
+// one at once, a large one in the background. Until that is done, `film.indexed` of the answer is false; a
+// scan that was killed is begun anew by who asks next.
 std::optional<MediaIndex> IndexOf(const SourceIdentity& source, std::string& reason);
+
+// Removes the indexes of all films but those whose paths `films` gives (FilmCache::KeepOnly).
+void KeepIndexesOf(const std::function<std::vector<std::string>()>& films);
 
 }  // namespace kinora::engine

@@ -1,6 +1,6 @@
 // The pictures of the films, each taken once and kept.
 //
-//   pictures/<first two digits>/<digest of the path>/    one folder for each film
+//   pictures/<first two digits>/<digest of the path>/    one folder for each film (film_cache.h)
 //     <digest of size and time>-<width>.jpg              the picture
 //     <digest of size and time>-<width>.none             there is none; its modification time is the end
 //                                                        of that knowledge
@@ -22,10 +22,9 @@ namespace kinora::engine {
 // reads it.
 std::optional<std::string> PictureOf(const std::string& video_path, int width);
 
-// Removes all that is kept of films which are gone or have moved: of all but those whose paths `films` gives.
-// It is asked once, after it is settled what there may be to remove, so that a film which comes up meanwhile
-// loses nothing; what it throws passes, and nothing is removed then. What is just being taken stays until the
-// next time, and so does what cannot be removed, with a line in the log. Pictures of earlier states of a file
+// Removes all that is kept of films which are gone or have moved: of all but those whose paths `films` gives
+// (FilmCache::KeepOnly). A film which comes up meanwhile loses nothing; what is just being taken stays until
+// the next time. Pictures of earlier states of a file
 // that still exists go by themselves when its next one is taken.
 void KeepPicturesOf(const std::function<std::vector<std::string>()>& films);
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 
 namespace kinora::helper {
@@ -32,7 +33,35 @@ Index MakeIndex(const std::string& film, const std::string& file, bool scan) {
   return index;
 }
 
+std::vector<Ended> CutAndCopy(const std::string& film, const ScratchFolder& folder) {
+  constexpr uintmax_t kScanned = uintmax_t{256} << 20;
+  std::vector<Ended> answers = {RunOn(film, {Program("kinora-index")})};
+  if (answers.back().status != 0) return answers;
+  Index index;
+  index.line = Parse(answers.back().output.substr(0, answers.back().output.find('\n')));
+  if (!index.line["indexed"].asBool() && std::filesystem::file_size(film) < kScanned) {
+    answers.push_back(RunOn(film, {Program("kinora-index"), "--scan"}));
+    if (answers.back().status != 0) return answers;
+    index.line = Parse(answers.back().output.substr(0, answers.back().output.find('\n')));
+  }
+  if (!index.line["indexed"].asBool()) return answers;
+  index.file = folder.File("index");
+  WriteWhole(index.file, answers.back().output);
+  const std::string video = index.line["video"].asInt() < 0 ? "-" : index.line["video"].asString();
+  for (const size_t n : {size_t{0}, index.Fragments() - 1}) {
+    const std::string fragment = folder.File("fragment.ts");
+    answers.push_back({RemuxFragment(film, index, n, video, video == "-" ? "0" : "-", fragment), "", ""});
+  }
+  return answers;
+}
+
 // The shell hands over the descriptors.
+int ScanToFile(const std::string& film, const std::string& file) {
+  return RunProgram({"/bin/bash", "-c", R"(exec "$1" --scan-to-file 3<"$2" 4>"$3")", "scan",
+                     Program("kinora-index"), film, file})
+      .status;
+}
+
 int Remux(const std::string& film, const std::string& index, const std::string& fragment,
           const std::vector<std::string>& arguments) {
   std::vector<std::string> command = {
@@ -73,13 +102,19 @@ void ExpectSame(const std::vector<Copied>& copied, const std::vector<Copied>& wh
   }
 }
 
-std::vector<Copied> PacketsOf(const std::string& file, const std::string& stream) {
-  const Ended ended =
-      RunProgram({"ffmpeg", "-nostdin", "-v", "error", "-copyts", "-fflags", "+noparse", "-i", file, "-map",
-                  stream, "-c", "copy", "-copyinkf", "-f", "framehash", "-hash", "crc32", "-"},
-                 -1);
+std::vector<std::vector<Copied>> PacketsOf(const std::vector<std::string>& files,
+                                           const std::vector<std::string>& streams) {
+  std::vector<std::string> command = {"ffmpeg", "-nostdin", "-v", "error", "-copyts"};
+  for (const std::string& file : files) command.insert(command.end(), {"-fflags", "+noparse", "-i", file});
+  for (size_t i = 0; i < files.size(); ++i) {
+    for (const std::string& stream : streams) {
+      command.insert(command.end(), {"-map", std::to_string(i) + ":" + stream});
+    }
+  }
+  command.insert(command.end(), {"-c", "copy", "-copyinkf", "-f", "framehash", "-hash", "crc32", "-"});
+  const Ended ended = RunProgram(command);
   EXPECT_EQ(ended.status, 0) << ended.errors;
-  std::vector<Copied> packets;
+  std::vector<std::vector<Copied>> packets(files.size() * streams.size());
   std::istringstream lines(ended.output);
   // "stream, dts, pts, duration, size, hash"
   for (std::string line; std::getline(lines, line);) {
@@ -87,7 +122,8 @@ std::vector<Copied> PacketsOf(const std::string& file, const std::string& stream
     std::istringstream fields(line);
     std::vector<std::string> values;
     for (std::string value; std::getline(fields, value, ',');) values.push_back(value);
-    if (values.size() >= 6) packets.push_back({std::stoll(values[2]), std::stoll(values[1]), values[5]});
+    if (values.size() < 6) continue;
+    packets.at(std::stoul(values[0])).push_back({std::stoll(values[2]), std::stoll(values[1]), values[5]});
   }
   return packets;
 }
@@ -95,7 +131,7 @@ std::vector<Copied> PacketsOf(const std::string& file, const std::string& stream
 void CopyWhole(const std::string& film, const std::vector<std::string>& streams, const std::string& target) {
   std::vector<std::string> command = {"ffmpeg",  "-nostdin",       "-v", "error", "-y",
                                       "-copyts", "-start_at_zero", "-i", film};
-  for (const std::string& stream : streams) command.insert(command.end(), {"-map", stream});
+  for (const std::string& stream : streams) command.insert(command.end(), {"-map", "0:" + stream});
   command.insert(command.end(),
                  {"-c", "copy", "-muxdelay", "0", "-muxpreload", "0", "-avoid_negative_ts", "disabled",
                   "-output_ts_offset", "1", "-pes_payload_size", "0", "-f", "mpegts", target});

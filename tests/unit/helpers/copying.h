@@ -26,6 +26,13 @@ struct Index {
 // Written to `file`. With what the container has; if that is nothing and `scan`, from the whole film.
 Index MakeIndex(const std::string& film, const std::string& file, bool scan = true);
 
+// Asks the index helper as the engine does, and for the first and the last fragment where it finds any: gives
+// all that the helpers answered. For films that mean harm.
+std::vector<Ended> CutAndCopy(const std::string& film, const ScratchFolder& folder);
+
+// What a scan in the background does; gives its exit status.
+int ScanToFile(const std::string& film, const std::string& file);
+
 // Runs kinora-remux on the film; gives its exit status.
 int Remux(const std::string& film, const std::string& index, const std::string& fragment,
           const std::vector<std::string>& arguments);
@@ -44,9 +51,11 @@ std::ostream& operator<<(std::ostream& out, const Copied& packet);
 // decode times that grow and are not behind the presentation times.
 void ExpectSame(const std::vector<Copied>& copied, const std::vector<Copied>& whole, int64_t tolerance);
 
-// The packets of one stream ("0:v:0") of a transport stream, as ffmpeg finds them.
-std::vector<Copied> PacketsOf(const std::string& file, const std::string& stream);
-// The whole film copied to a transport stream by ffmpeg, media time 0 at 90000.
+// The packets of these streams ("v:0") of each of the transport streams, as one run of ffmpeg finds them:
+// those of the first file's streams, then those of the second's, and so on.
+std::vector<std::vector<Copied>> PacketsOf(const std::vector<std::string>& files,
+                                           const std::vector<std::string>& streams);
+// The whole film's streams copied to a transport stream by ffmpeg, media time 0 at 90000.
 void CopyWhole(const std::string& film, const std::vector<std::string>& streams, const std::string& target);
 
 }  // namespace kinora::helper

@@ -1,12 +1,17 @@
 // Copied streams as the engine makes them: real films, real helpers, in a private view.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
+#include "platform/base/descriptor.h"
 #include "platform/base/file_time.h"
 #include "platform/engine/copied_fragment.h"
 #include "platform/engine/fragment_id.h"
@@ -84,6 +89,52 @@ class Copying : public StreamsTest {
     return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
   }
 
+  // Where something is kept of films.
+  static std::vector<std::string> IndexFolders() {
+    std::vector<std::string> folders;
+    for (const auto& entry : fs::recursive_directory_iterator(system::kIndexCache)) {
+      if (entry.path().filename() == "lock") folders.push_back(entry.path().parent_path());
+    }
+    return folders;
+  }
+  // The only index there is.
+  static std::string IndexFile() {
+    for (const auto& entry : fs::directory_iterator(IndexFolders().at(0))) {
+      if (entry.path().extension().empty() && entry.path().filename() != "lock") return entry.path();
+    }
+    return "";
+  }
+
+  // A film without an index that is too large to be read while somebody waits: behind it comes a box of
+  // nothing, which takes no place on the disk.
+  static SourceTraits LargeFilm() {
+    SourceTraits film = Film("fragmented.mp4");
+    film.container = "mp4";
+    std::ofstream(film.identity.path, std::ios::binary | std::ios::app) << std::string("\x20\0\0\0free", 8);
+    fs::resize_file(film.identity.path, fs::file_size(film.identity.path) - 8 + 0x20000000);
+    film.identity = IdentityOf(film.identity.path);
+    return film;
+  }
+
+  static CopyDecision PlanWhenScanned(const SourceTraits& film) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    CopyDecision decision = PlanCopy(film);
+    while (decision.verdict == CopyVerdict::kNotYet && std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      decision = PlanCopy(film);
+    }
+    return decision;
+  }
+
+  // As a scan that was killed leaves it.
+  static std::string Tear(const std::string& index) {
+    std::string torn = ContentOf(index);
+    torn.front() = '\0';
+    WriteText(index + ".scan", torn);
+    fs::remove(index);
+    return torn;
+  }
+
   static constexpr char kFilms[] = "/var/packages/Kinora/var/films";
 };
 
@@ -130,7 +181,7 @@ TEST_F(Copying, AFilmThatIsNoFilmIsRefused) {
 TEST_F(Copying, KeepsOneIndexOfEachFilm) {
   const SourceTraits film = Film("pyramid.mkv");
   PlanCopy(film);
-  const std::string folder = fs::directory_iterator(system::kIndexCache)->path();
+  const std::string folder = IndexFolders().at(0);
   EXPECT_EQ(FilesIn(folder), 2U);  // the index and its lock
   // Another film under its name: the old index goes.
   fs::copy_file(std::string(KINORA_COPY_MEDIA_DIR) + "/plain.mkv", film.identity.path,
@@ -138,17 +189,14 @@ TEST_F(Copying, KeepsOneIndexOfEachFilm) {
   SourceTraits other = film;
   other.identity = IdentityOf(film.identity.path);
   EXPECT_EQ(PlanCopy(other).plan.grid.Count(), 4);
-  EXPECT_EQ(FilesIn(system::kIndexCache), 1U);
+  EXPECT_EQ(IndexFolders(), std::vector<std::string>{folder});
   EXPECT_EQ(FilesIn(folder), 2U);
 }
 
 TEST_F(Copying, ATornIndexIsMadeAnew) {
   const SourceTraits film = Film("pyramid.mp4");
   const SegmentGrid grid = PlanCopy(film).plan.grid;
-  std::string index;
-  for (const auto& entry : fs::directory_iterator(fs::directory_iterator(system::kIndexCache)->path())) {
-    if (entry.path().filename() != "lock") index = entry.path();
-  }
+  const std::string index = IndexFile();
   const std::string whole = ContentOf(index);
   for (const std::string& torn : {std::string(), whole.substr(0, 20), std::string(whole.size(), '\0')}) {
     WriteText(index, torn);
@@ -160,11 +208,60 @@ TEST_F(Copying, ATornIndexIsMadeAnew) {
 TEST_F(Copying, IndexesThatNobodyUsesGo) {
   PlanCopy(Film("pyramid.mkv"));
   const auto past = fs::file_time_type::clock::now() - std::chrono::hours(24 * 40);
-  for (const auto& entry : fs::directory_iterator(fs::directory_iterator(system::kIndexCache)->path())) {
-    fs::last_write_time(entry.path(), past);
-  }
+  const std::string folder = IndexFolders().at(0);
+  for (const auto& entry : fs::directory_iterator(folder)) fs::last_write_time(entry.path(), past);
   PlanCopy(Film("plain.mkv"));
-  EXPECT_EQ(FilesIn(system::kIndexCache), 1U);
+  ASSERT_EQ(IndexFolders().size(), 1U);
+  EXPECT_NE(IndexFolders().front(), folder);
+}
+
+TEST_F(Copying, IndexesOfFilmsThatAreGoneGo) {
+  const SourceTraits film = Film("pyramid.mkv");
+  PlanCopy(film);
+  const std::vector<std::string> kept = IndexFolders();
+  PlanCopy(Film("plain.mkv"));
+  ASSERT_EQ(IndexFolders().size(), 2U);
+  KeepIndexesOf([&] { return std::vector<std::string>{film.identity.path, "/videos/new.mkv"}; });
+  EXPECT_EQ(IndexFolders(), kept);
+  EXPECT_THROW(KeepIndexesOf([]() -> std::vector<std::string> { throw std::runtime_error("locked"); }),
+               std::runtime_error);
+  EXPECT_EQ(IndexFolders(), kept);
+  KeepIndexesOf([] { return std::vector<std::string>(); });
+  EXPECT_TRUE(fs::is_empty(system::kIndexCache));
+}
+
+TEST_F(Copying, ALargeFilmWithoutAnIndexIsScannedInTheBackground) {
+  const SourceTraits film = LargeFilm();
+  EXPECT_EQ(PlanCopy(film).verdict, CopyVerdict::kNotYet);
+  const CopyDecision decision = PlanWhenScanned(film);
+  ASSERT_EQ(decision.verdict, CopyVerdict::kCopies) << decision.reason;
+  EXPECT_EQ(decision.plan.grid.Count(), 5);
+  EXPECT_EQ(FilesIn(IndexFolders().at(0)), 3U);  // the index and two locks
+  const StreamFolder folder = NewStream();
+  EXPECT_EQ(PrepareCopied(folder, PlanFor(film), 4), FragmentOutcome::kReady);
+}
+
+TEST_F(Copying, AScanThatWasKilledIsBegunAnew) {
+  const SourceTraits film = LargeFilm();
+  const SegmentGrid grid = PlanWhenScanned(film).plan.grid;
+  const std::string index = IndexFile();
+  Tear(index);
+  EXPECT_EQ(PlanCopy(film).verdict, CopyVerdict::kNotYet);
+  EXPECT_EQ(PlanWhenScanned(film).plan.grid, grid);
+  EXPECT_EQ(IndexFile(), index);
+}
+
+TEST_F(Copying, OneScanOfAFilmIsAtWorkAtATime) {
+  const SourceTraits film = LargeFilm();
+  ASSERT_EQ(PlanWhenScanned(film).verdict, CopyVerdict::kCopies);
+  const std::string index = IndexFile();
+  const std::string torn = Tear(index);
+  base::Descriptor at_work(::open((IndexFolders().at(0) + "/scan.lock").c_str(), O_RDWR | O_CLOEXEC));
+  ASSERT_EQ(::flock(at_work.Get(), LOCK_EX), 0);
+  EXPECT_EQ(PlanCopy(film).verdict, CopyVerdict::kNotYet);
+  EXPECT_EQ(ContentOf(index + ".scan"), torn);  // nobody else writes
+  at_work.Reset();
+  EXPECT_EQ(PlanWhenScanned(film).verdict, CopyVerdict::kCopies);
 }
 
 TEST_F(Copying, MakesAFragmentOnceAndKeepsIt) {

@@ -11,6 +11,7 @@
 
 #include "platform/base/descriptor.h"
 #include "tests/unit/helpers/box_file.h"
+#include "tests/unit/helpers/copying.h"
 #include "tests/unit/helpers/helper_process.h"
 
 namespace kinora::helper {
@@ -63,7 +64,7 @@ class Disguise : public testing::Test {
     EXPECT_FALSE(listener_.WasCalled());
   }
 
-  // Both helpers refuse it as no media file.
+  // All helpers refuse it as no media file.
   void ExpectRefused(const std::string& file) const {
     SCOPED_TRACE(file);
     for (const Ended& ended : {Probe(file), TakePicture(file, 320)}) {
@@ -71,12 +72,20 @@ class Disguise : public testing::Test {
       EXPECT_TRUE(ended.output.empty());
       ExpectNothingTold(ended);
     }
+    const std::vector<Ended> cut = CutAndCopy(file, folder_);
+    EXPECT_EQ(cut.size(), 1U);
+    EXPECT_EQ(cut.front().status, 65) << cut.front().errors;
+    ExpectNothingTold(cut.front());
   }
 
-  // Both helpers take it for what it is without what it refers to.
+  // All helpers take it for what it is without what it refers to.
   void ExpectHarmless(const std::string& file) const {
     SCOPED_TRACE(file);
     for (const Ended& ended : {Probe(file), TakePicture(file, 320)}) {
+      EXPECT_LE(ended.status, 66) << ended.errors;
+      ExpectNothingTold(ended);
+    }
+    for (const Ended& ended : CutAndCopy(file, folder_)) {
       EXPECT_LE(ended.status, 66) << ended.errors;
       ExpectNothingTold(ended);
     }
@@ -199,7 +208,9 @@ TEST_F(Disguise, NothingIsEvenTried) {
                                Put("subtitles.avi", AviWithSubtitles(Playlist().substr(0, 100))),
                                MediaFile("h264_aac.mp4")};
   for (const std::string& file : files) {
-    for (const auto& program : {std::vector<std::string>{ProbeProgram()}, {PictureProgram(), "320"}}) {
+    for (const auto& program : {std::vector<std::string>{ProbeProgram()},
+                                {PictureProgram(), "320"},
+                                {std::string(KINORA_BUILD_DIR) + "/helpers/kinora-index", "--scan"}}) {
       SCOPED_TRACE(file + " " + program[0]);
       std::vector<std::string> arguments = {
           "strace", "-f", "-qq", "-o", trace, "-e", "trace=%file,%network,prctl,fork,vfork,clone,clone3"};

@@ -16,14 +16,16 @@ const kArguments = [
   "--disable-sync",
   "--no-first-run",
   "--mute-audio",
-  "--autoplay-policy=user-gesture-required",
 ];
 
 export const kDesktop = { width: 1440, height: 900 };
 export const kPhone = { width: 360, height: 740 };
 
-export function launch() {
-  return chromium.launch({ executablePath: process.env.KINORA_CHROMIUM ?? "/usr/bin/chromium", args: kArguments });
+// A film may only begin upon a click. "user-gesture-required" wants it to be a few seconds old at most, as telephones
+// do; "document-user-activation-required", the desktop's, takes one at any time.
+export function launch(autoplay = "user-gesture-required") {
+  const executablePath = process.env.KINORA_CHROMIUM ?? "/usr/bin/chromium";
+  return chromium.launch({ executablePath, args: [...kArguments, `--autoplay-policy=${autoplay}`] });
 }
 
 // A page in a browser profile of its own. What it complains about and where it connects to is kept.

@@ -46,7 +46,7 @@ export function makeWelcome() {
 }
 
 // fill(folder) puts the videos there; settings are those that differ from the defaults. Answers with the service's
-// address and the share's folder.
+// address, its process, and the share's folder.
 export async function startKinora(fill, settings = {}) {
   const lines = Object.entries(settings).map(([name, value]) => `${name}="${value}"\n`);
   mkdirSync(path.dirname(kSettings), { recursive: true });
@@ -59,7 +59,7 @@ export async function startKinora(fill, settings = {}) {
   kinora("scan");
   const service = spawn(kProgram, ["serve", "--port", "0"], { stdio: ["ignore", "pipe", "inherit"] });
   const origin = await readyAt(service);
-  return { origin, folder, rescan: () => kinora("scan"), stop: () => stop(service) };
+  return { origin, folder, pid: service.pid, rescan: () => kinora("scan"), stop: () => stop(service) };
 }
 
 function readyAt(service) {

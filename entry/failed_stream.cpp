@@ -11,6 +11,7 @@ struct Row {
   const char* retry;  // a header line, or none
 };
 
+constexpr char kRetryAtOnce[] = "Retry-After: 1";
 constexpr char kRetrySoon[] = "Retry-After: 5";
 constexpr char kRetryLater[] = "Retry-After: 60";
 
@@ -23,6 +24,7 @@ constexpr Row kRows[] = {
     {&StreamFaults::exhausted, kServiceFailure, 503, "The machine is too busy", kRetrySoon},
     {&StreamFaults::volume_full, crvnkn::webapi::kErrorVolumeSpace, 503, "No space is left for the stream",
      kRetryLater},
+    {&StreamFaults::not_ready, kServiceFailure, 503, "This part is not ready yet", kRetryAtOnce},
     {&StreamFaults::jobs_taken, kServiceFailure, 503, "As many videos are being converted as may be at once",
      kRetrySoon},
 };

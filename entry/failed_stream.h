@@ -17,7 +17,8 @@ struct StreamFaults {
   bool part_unknown = false;       // the stream has no such playlist or fragment
   bool exhausted = false;          // no descriptors, no memory
   bool volume_full = false;        // below the stream's folder
-  bool jobs_taken = false;         // the stream needs an encoder, and no more may be started
+  bool not_ready = false;          // its encoder is at work, on this part too slowly or on another one
+  bool jobs_taken = false;         // it needs an encoder, and no more may be started
 };
 
 // The first fault in the order of the fields that is there decides; without one the failure is ours. What

@@ -106,7 +106,9 @@ std::optional<Answer> SendStream(Context& context) {
   // notices.
   if (served || hold.Complete()) return std::nullopt;
   OutliveClient();
-  return FailedStreamAnswer(FindRawFaults(streamer->GetPathSourceFile()));
+  return FailedStreamAnswer(
+      type == "RAW" ? FindRawFaults(streamer->GetPathSourceFile())
+                    : FindAdaptiveFaults(type, request.Get("id"), fragment, context.GetSettings()));
 }
 
 std::optional<Answer> CloseStream(Context& context) {

@@ -4,8 +4,16 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 
 #include "platform/base/descriptor.h"
+#include "platform/engine/fragment_id.h"
+#include "platform/engine/job.h"
+#include "platform/engine/source_traits.h"
+#include "platform/engine/stream_folder.h"
+#include "platform/engine/stream_opening.h"
+#include "platform/engine/stream_plan.h"
+#include "platform/engine/stream_space.h"
 
 namespace kinora::entry {
 namespace {
@@ -16,6 +24,11 @@ void LookAtSource(const std::string& path, StreamFaults& faults) {
   faults.source_gone = errno == ENOENT || errno == ENOTDIR || errno == ELOOP;
   faults.exhausted = errno == EMFILE || errno == ENFILE || errno == ENOMEM;
   faults.source_unreadable = !faults.source_gone && !faults.exhausted;
+}
+
+void LookAtEncoder(const engine::StreamFolder& folder, unsigned int most_jobs, StreamFaults& faults) {
+  faults.not_ready = engine::LookAtJob(folder).running;
+  faults.jobs_taken = !faults.not_ready && engine::CountJobs() >= static_cast<int>(most_jobs);
 }
 
 }  // namespace
@@ -29,6 +42,28 @@ StreamFaults FindRawFaults(const std::string& record) {
     LookAtSource(std::string(path, static_cast<size_t>(length)), faults);
   } else {
     faults.stream_gone = true;
+  }
+  return faults;
+}
+
+StreamFaults FindAdaptiveFaults(const std::string& type, const std::string& stream_id,
+                                const std::string& fragment, const system::Settings& settings) {
+  StreamFaults faults;
+  const std::optional<engine::StreamFolder> folder = engine::StreamFolder::Open(type, stream_id);
+  const std::optional<engine::StreamPlan> plan = folder ? engine::ReadPlan(*folder) : std::nullopt;
+  if (!plan) {
+    faults.stream_gone = true;
+    return faults;
+  }
+  const engine::SourceIdentity& source = plan->source.identity;
+  LookAtSource(source.path, faults);
+  faults.source_replaced = !faults.source_gone && !faults.source_unreadable && !faults.exhausted &&
+                           engine::IdentifySource(source.path) != source;
+  const std::optional<engine::FragmentId> part = engine::ParseFragmentId(fragment);
+  faults.part_unknown = !part || !plan->HasFragment(*part);
+  faults.volume_full = !engine::HasSpaceBelow(*folder, settings.free_space_floor);
+  if (plan->video == engine::VideoWay::kEncode && part && !part->audio_track) {
+    LookAtEncoder(*folder, settings.jobs, faults);
   }
   return faults;
 }

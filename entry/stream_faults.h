@@ -4,10 +4,16 @@
 #include <string>
 
 #include "entry/failed_stream.h"
+#include "platform/system/settings.h"
 
 namespace kinora::entry {
 
 // Of a stream that goes out as it is; `record` is the file that holds the source's path.
 StreamFaults FindRawFaults(const std::string& record);
+
+// Of a stream of `type` ("HLS") that goes out in fragments; `fragment` is the one that was asked for, empty
+// for a playlist.
+StreamFaults FindAdaptiveFaults(const std::string& type, const std::string& stream_id,
+                                const std::string& fragment, const system::Settings& settings);
 
 }  // namespace kinora::entry

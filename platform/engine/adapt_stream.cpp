@@ -26,24 +26,19 @@ using kinora::base::Log;
 constexpr char kUnit[] = "engine/adapt_stream";
 
 // Who makes fragments looks first whether they are there; even then an encoder must hear what is wanted.
-// Nothing when the plan has no such fragment.
-std::optional<FragmentOutcome> Prepare(const StreamFolder& folder, const StreamPlan& plan,
-                                       const engine::FragmentId& id) {
-  if (id.number >= plan.grid.Count()) return std::nullopt;
+// The plan has the fragment.
+FragmentOutcome Prepare(const StreamFolder& folder, const StreamPlan& plan, const engine::FragmentId& id) {
   if (!id.audio_track) {
-    if (plan.video == engine::VideoWay::kNone) return std::nullopt;
     return plan.video == engine::VideoWay::kCopy ? PrepareCopied(folder, plan, id.number)
                                                  : PrepareByJob(folder, plan, id.number);
   }
-  const engine::AudioPlan* const audio = plan.FindAudio(*id.audio_track);
-  if (audio == nullptr || plan.SoundIsMuxed()) return std::nullopt;
-  return audio->way == engine::AudioWay::kCopy ? PrepareCopiedAudio(folder, plan, *audio, id.number)
-                                               : PrepareEncodedAudio(folder, plan, *audio, id.number);
+  const engine::AudioPlan& audio = *plan.FindAudio(*id.audio_track);
+  return audio.way == engine::AudioWay::kCopy ? PrepareCopiedAudio(folder, plan, audio, id.number)
+                                              : PrepareEncodedAudio(folder, plan, audio, id.number);
 }
 
-const char* Describe(const std::optional<FragmentOutcome>& outcome) {
-  if (!outcome) return "the plan has no such fragment";
-  switch (*outcome) {
+const char* Describe(FragmentOutcome outcome) {
+  switch (outcome) {
     case FragmentOutcome::kReady:
       return "it is there";
     case FragmentOutcome::kNoJob:
@@ -69,7 +64,8 @@ std::optional<std::string> Make(const std::string& type, const std::string& stre
   if (!plan) return "the stream is not open";
   if (engine::IdentifySource(plan->source.identity.path) != plan->source.identity)
     return Describe(FragmentOutcome::kGone);
-  const std::optional<FragmentOutcome> outcome = Prepare(*folder, *plan, *id);
+  if (!plan->HasFragment(*id)) return "the plan has no such fragment";
+  const FragmentOutcome outcome = Prepare(*folder, *plan, *id);
   if (outcome == FragmentOutcome::kReady) return std::nullopt;
   return Describe(outcome);
 }

@@ -1,7 +1,6 @@
 #include "platform/engine/job_start.h"
 
 #include <fcntl.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -49,12 +48,6 @@ bool CanRun(const std::string& program) {
   if (::faccessat(AT_FDCWD, program.c_str(), X_OK, AT_EACCESS) == 0) return true;
   base::Log(LOG_ERR, kUnit, program + " cannot be executed: " + std::strerror(errno));
   return false;
-}
-
-bool HasSpace(const StreamFolder& folder, uint64_t floor) {
-  struct statvfs space {};
-  if (::statvfs(folder.WorkPath(".").c_str(), &space) != 0) return true;  // what is wrong shows elsewhere
-  return uint64_t{space.f_bavail} * space.f_frsize >= floor;
 }
 
 // The other streams that have a job.
@@ -154,7 +147,7 @@ FragmentOutcome StartJob(const StreamFolder& folder, const StreamPlan& plan, con
   if (!CanRun(system::InTarget(kSupervisor)) || !CanRun(system::InTarget(kEncoder))) {
     return FragmentOutcome::kFailed;
   }
-  if (!HasSpace(folder, settings.free_space_floor)) return FragmentOutcome::kNoSpace;
+  if (!HasSpaceBelow(folder, settings.free_space_floor)) return FragmentOutcome::kNoSpace;
   const Descriptor source = OpenSource(plan.source.identity);
   if (!source) return FragmentOutcome::kGone;
   const Descriptor work(::open(folder.WorkPath(".").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

@@ -29,4 +29,10 @@ bool StreamPlan::Encodes() const {
          });
 }
 
+bool StreamPlan::HasFragment(const FragmentId& id) const {
+  if (id.number >= grid.Count()) return false;
+  if (!id.audio_track) return video != VideoWay::kNone;
+  return FindAudio(*id.audio_track) != nullptr && !SoundIsMuxed();
+}
+
 }  // namespace kinora::engine

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/engine/fragment_id.h"
 #include "platform/engine/media_time.h"
 #include "platform/engine/segment_grid.h"
 #include "platform/media/trans_profile.h"
@@ -118,6 +119,7 @@ struct StreamPlan {
   const AudioPlan* DefaultAudio() const;        // null: no sound
   const AudioPlan* FindAudio(int track) const;  // null: no such track
   bool Encodes() const;                         // anything at all, picture or sound
+  bool HasFragment(const FragmentId& id) const;
 
   bool operator==(const StreamPlan&) const = default;
 };

@@ -1,6 +1,7 @@
 #include "platform/engine/stream_space.h"
 
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 
 #include <filesystem>
 #include <string>
@@ -38,6 +39,12 @@ bool HasSpaceForAStream() {
 }
 
 uint64_t SpaceOf(const StreamFolder& folder) { return SpaceOfFolder(folder.Path("")); }
+
+bool HasSpaceBelow(const StreamFolder& folder, uint64_t floor) {
+  struct statvfs space {};
+  if (::statvfs(folder.WorkPath(".").c_str(), &space) != 0) return true;  // what is wrong shows elsewhere
+  return uint64_t{space.f_bavail} * space.f_frsize >= floor;
+}
 
 uint64_t SpaceOfAllStreams() {
   uint64_t space = 0;

@@ -17,6 +17,9 @@ bool HasSpaceForAStream();
 // Bytes on disk that the stream takes.
 uint64_t SpaceOf(const StreamFolder& folder);
 
+// Whether the volume that the stream's folder is on has at least `floor` bytes free.
+bool HasSpaceBelow(const StreamFolder& folder, uint64_t floor);
+
 // Bytes on disk that all streams in the workspace take. What vanishes meanwhile, or cannot be read, counts as
 // nothing.
 uint64_t SpaceOfAllStreams();

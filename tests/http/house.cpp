@@ -176,10 +176,7 @@ House::House(const std::vector<std::string>& films, const std::string& settings)
   EmptyThePlaces();
   std::ofstream(system::kSettingsFile) << settings;
   Populate(films);
-  serve_ = std::make_unique<Process>(
-      std::vector<std::string>{system::InTarget("bin/kinora"), "serve", "--port", "0"}, folder_ / "serve.out",
-      folder_ / "serve.log");
-  WaitUntilReady();
+  StartServing();
 }
 
 House::~House() {
@@ -206,7 +203,16 @@ void House::Populate(const std::vector<std::string>& films) const {
   Require(scan.Wait() == 0, "the scan failed: " + ReadWhole(folder_ / "scan.log"));
 }
 
-void House::WaitUntilReady() {
+void House::Restart() {
+  serve_.reset();
+  StartServing();
+}
+
+void House::StartServing() {
+  fs::remove(folder_ / "serve.out");
+  serve_ = std::make_unique<Process>(
+      std::vector<std::string>{system::InTarget("bin/kinora"), "serve", "--port", "0"}, folder_ / "serve.out",
+      folder_ / "serve.log");
   std::string said;
   const bool ready = Eventually([&] {
     said = ReadWhole(folder_ / "serve.out");

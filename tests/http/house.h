@@ -82,6 +82,8 @@ class House {
   int Port() const { return port_; }
   pid_t Pid() const { return serve_->Pid(); }
   Process& Serve() { return *serve_; }
+  // Ends the service and starts it again, perhaps on another port.
+  void Restart();
   std::filesystem::path Share() const { return folder_ / "films"; }
   // All that any process has said.
   std::string Log() const { return ReadWhole(folder_ / "serve.log"); }
@@ -100,7 +102,7 @@ class House {
 
  private:
   void Populate(const std::vector<std::string>& films) const;
-  void WaitUntilReady();
+  void StartServing();
 
   std::filesystem::path folder_;
   std::unique_ptr<Process> serve_;

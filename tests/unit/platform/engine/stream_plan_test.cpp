@@ -27,6 +27,32 @@ StreamPlan FullPlan() {
   return plan;
 }
 
+TEST(StreamPlan, HasTheFragmentsThatItsPlaylistsName) {
+  SourceTraits film = Film();
+  film.audio = {Track(1, "aac"), Track(2, "ac3", 6)};
+  const auto plan = [&] { return std::get<StreamPlan>(PlanStream(film, {}, HdProfile(), std::nullopt, {})); };
+  const StreamPlan two_tracks = plan();
+  const int count = two_tracks.grid.Count();
+  for (const std::optional<int> track :
+       {std::optional<int>(), std::optional<int>(1), std::optional<int>(2)}) {
+    EXPECT_TRUE(two_tracks.HasFragment({track, 0}) && two_tracks.HasFragment({track, count - 1}));
+    EXPECT_FALSE(two_tracks.HasFragment({track, count}));
+  }
+  EXPECT_FALSE(two_tracks.HasFragment({0, 0})) << "the picture's track";
+  EXPECT_FALSE(two_tracks.HasFragment({3, 0}));
+
+  film.audio.pop_back();
+  const StreamPlan muxed = plan();
+  ASSERT_TRUE(muxed.SoundIsMuxed());
+  EXPECT_TRUE(muxed.HasFragment({std::nullopt, 0}));
+  EXPECT_FALSE(muxed.HasFragment({1, 0})) << "it travels in the main fragments";
+
+  film.video = {};
+  const StreamPlan sound = plan();
+  EXPECT_FALSE(sound.HasFragment({std::nullopt, 0}));
+  EXPECT_TRUE(sound.HasFragment({1, 0}));
+}
+
 TEST(StreamPlanText, GivesBackTheSamePlan) {
   const StreamPlan plan = FullPlan();
   EXPECT_EQ(ParsePlan(ToJsonText(plan)), plan);

@@ -1,7 +1,9 @@
 #include "entry/answer.h"
 
+#include <strings.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "platform/base/text.h"
@@ -117,14 +119,24 @@ Answer ErrorAnswer(ErrorCode code, const std::string& message, int status) {
   return {status, {}, ToJsonText(document)};
 }
 
+void AddHeader(Answer& answer, const std::string& line) {
+  const std::string name = line.substr(0, line.find(':') + 1);
+  const auto same = [&](const std::string& other) {
+    return strncasecmp(other.c_str(), name.c_str(), name.size()) == 0;
+  };
+  if (std::none_of(answer.headers.begin(), answer.headers.end(), same)) answer.headers.push_back(line);
+}
+
 std::string ToCgiText(const Answer& answer, bool with_body) {
-  std::string text = "Status: " + std::to_string(answer.status) + " " + Reason(answer.status) + "\r\n";
-  for (const std::string& line : answer.headers) text += line + "\r\n";
-  text += "Cache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n";
+  Answer whole = answer;
+  AddHeader(whole, "Cache-Control: no-store");
+  AddHeader(whole, "X-Content-Type-Options: nosniff");
   if (answer.status != 204) {
-    text += "Content-Type: application/json; charset=utf-8\r\n";
-    text += "Content-Length: " + std::to_string(answer.body.size()) + "\r\n";
+    AddHeader(whole, "Content-Type: application/json; charset=utf-8");
+    AddHeader(whole, "Content-Length: " + std::to_string(answer.body.size()));
   }
+  std::string text = "Status: " + std::to_string(answer.status) + " " + Reason(answer.status) + "\r\n";
+  for (const std::string& line : whole.headers) text += line + "\r\n";
   text += "\r\n";
   if (with_body) text += answer.body;
   return text;

@@ -30,9 +30,9 @@ bool MayComeFromAnyOrigin(const Request& request) {
 
 // The lines that the streamers write into the answers that they give themselves, for all others.
 void AllowAnyOrigin(Answer& answer) {
-  answer.headers.insert(answer.headers.end(),
-                        {"Access-Control-Allow-Origin: *", "Access-Control-Allow-Methods: GET",
-                         "Access-Control-Allow-Headers: origin, x-requested-with, content-type, range"});
+  for (const char* line : {"Access-Control-Allow-Origin: *", "Access-Control-Allow-Methods: GET",
+                           "Access-Control-Allow-Headers: origin, x-requested-with, content-type, range"})
+    AddHeader(answer, line);
 }
 
 Answer RefusedVerb(const char* allow) {

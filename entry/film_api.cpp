@@ -28,8 +28,8 @@ std::optional<Answer> SendPicture(Context& context) {
 
   const std::optional<std::string> picture = engine::PictureOf(path, width);
   if (!picture || access(picture->c_str(), R_OK) != 0) throw Error(kNotFound, "No picture");
-  const HeaderHold& hold = HoldStandardOutput();
-  std::fputs("Cache-Control: private, max-age=3600\r\nX-Content-Type-Options: nosniff\r\n", stdout);
+  const HeaderHold& hold =
+      HoldStandardOutput("Cache-Control: private, max-age=3600\r\nX-Content-Type-Options: nosniff\r\n");
   const bool sent = HTTPFileOutputer::Output(picture->c_str(), "image/jpeg") == 0;
   std::fflush(stdout);
   if (!sent && !hold.Complete()) throw Error(kNotFound, "No picture");

@@ -31,12 +31,20 @@ std::string HeaderHold::Feed(std::string_view bytes) {
   held_ += bytes;
   if (!complete_ && held_.find("\r\n\r\n") == std::string::npos) return {};
   complete_ = true;
-  return std::exchange(held_, {});
+  return std::exchange(own_, {}) + std::exchange(held_, {});
 }
 
-const HeaderHold& HoldStandardOutput(void (*begins)()) {
+std::vector<std::string> HeaderHold::Lines() const {
+  std::vector<std::string> lines;
+  size_t start = 0;
+  for (size_t end; (end = held_.find("\r\n", start)) != std::string::npos; start = end + 2)
+    lines.push_back(held_.substr(start, end - start));
+  return lines;
+}
+
+const HeaderHold& HoldStandardOutput(std::string own, void (*begins)()) {
   static HeldOutput output;
-  output.begins = begins;
+  output = {HeaderHold(std::move(own)), begins};
   cookie_io_functions_t functions{};
   functions.write = WriteHeld;
   FILE* const held = fopencookie(&output, "w", functions);

@@ -95,20 +95,22 @@ std::optional<Answer> SendStream(Context& context) {
   // The time limit holds for making what was asked for, and so does the client's patience. Once it goes out,
   // the answer lasts as long as the viewer takes it.
   EndWithClient();
-  const HeaderHold& hold = HoldStandardOutput([] {
-    alarm(0);
-    OutliveClient();
-  });
-  std::printf("Cache-Control: %s\r\n", CacheControl(type, fragment));
+  const HeaderHold& hold =
+      HoldStandardOutput(std::string("Cache-Control: ") + CacheControl(type, fragment) + "\r\n", [] {
+        alarm(0);
+        OutliveClient();
+      });
   const bool served = streamer->Stream();
   std::fflush(stdout);
   // Once a body has begun nothing can be mended: it ends short of its announced length, and the client
   // notices.
   if (served || hold.Complete()) return std::nullopt;
   OutliveClient();
-  return FailedStreamAnswer(
+  Answer answer = FailedStreamAnswer(
       type == "RAW" ? FindRawFaults(streamer->GetPathSourceFile())
                     : FindAdaptiveFaults(type, request.Get("id"), fragment, context.GetSettings()));
+  for (const std::string& line : hold.Lines()) AddHeader(answer, line);
+  return answer;
 }
 
 std::optional<Answer> CloseStream(Context& context) {

@@ -49,6 +49,25 @@ TEST(ToCgiText, WritesHeaderAndBody) {
   EXPECT_EQ(ToCgiText(answer, false), header);
 }
 
+TEST(AddHeader, AddsNoSecondLineOfAName) {
+  Answer answer;
+  for (const char* line :
+       {"Cache-Control: private", "cache-control: no-store", "Cache: x", "Cache-Control-2: y"})
+    AddHeader(answer, line);
+  EXPECT_EQ(answer.headers,
+            (std::vector<std::string>{"Cache-Control: private", "Cache: x", "Cache-Control-2: y"}));
+}
+
+TEST(ToCgiText, RepeatsNoLineThatIsThereAlready) {
+  EXPECT_EQ(
+      ToCgiText({404,
+                 {"Accept-Ranges: bytes", "content-type: text/plain", "X-Content-Type-Options: nosniff"},
+                 "{}"},
+                true),
+      "Status: 404 Not Found\r\nAccept-Ranges: bytes\r\ncontent-type: text/plain\r\n"
+      "X-Content-Type-Options: nosniff\r\nCache-Control: no-store\r\nContent-Length: 2\r\n\r\n{}");
+}
+
 TEST(ToCgiText, HasNoContentWhereTheStatusSaysSo) {
   EXPECT_EQ(ToCgiText({204, {"Allow: GET"}, ""}, true),
             "Status: 204 No Content\r\nAllow: GET\r\nCache-Control: no-store\r\n"

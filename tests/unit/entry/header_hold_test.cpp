@@ -6,11 +6,14 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 using kinora::entry::HeaderHold;
 using kinora::entry::HoldStandardOutput;
 
 namespace {
+
+using Lines = std::vector<std::string>;
 
 // What `writes` puts out, in a process of its own since it takes over that process's output; `status` is what
 // it returns.
@@ -62,11 +65,31 @@ TEST(HeaderHold, FindsTheEndByteByByte) {
   EXPECT_EQ(hold.Feed("\n"), "A: b\r\n\r\n");
 }
 
+TEST(HeaderHold, PutsTheCallersOwnLinesBeforeTheBlockOnce) {
+  HeaderHold hold("Own: line\r\n");
+  EXPECT_EQ(hold.Feed("A: b\r\n"), "");
+  EXPECT_EQ(hold.Feed("\r\nbo"), "Own: line\r\nA: b\r\n\r\nbo");
+  EXPECT_EQ(hold.Feed("dy"), "dy");
+}
+
+TEST(HeaderHold, NamesTheWholeLinesOfABlockWithoutAnEnd) {
+  HeaderHold hold("Own: line\r\n");
+  EXPECT_EQ(hold.Lines(), Lines());
+  hold.Feed("A: b");
+  EXPECT_EQ(hold.Lines(), Lines());
+  hold.Feed("\r\nC: d\r\nE: torn");
+  EXPECT_EQ(hold.Lines(), (Lines{"A: b", "C: d"}));
+  hold.Feed("\r");
+  EXPECT_EQ(hold.Lines(), (Lines{"A: b", "C: d"}));
+  hold.Feed("\n");
+  EXPECT_EQ(hold.Lines(), (Lines{"A: b", "C: d", "E: torn"}));
+}
+
 TEST(HoldStandardOutput, PutsOutEveryByteAndSaysWhenItBegins) {
   int status = -1;
   const std::string text = OutputOf(
       [] {
-        const HeaderHold& hold = HoldStandardOutput([] { has_begun = true; });
+        const HeaderHold& hold = HoldStandardOutput("Own: line\r\n", [] { has_begun = true; });
         std::fputs("Accept-Ranges: bytes\r\n", stdout);
         std::fflush(stdout);
         if (hold.Complete() || has_begun) return 1;
@@ -77,18 +100,17 @@ TEST(HoldStandardOutput, PutsOutEveryByteAndSaysWhenItBegins) {
       },
       status);
   EXPECT_EQ(status, 0);
-  EXPECT_EQ(text, "Accept-Ranges: bytes\r\nContent-Length: 3\r\n\r\nabc");
+  EXPECT_EQ(text, "Own: line\r\nAccept-Ranges: bytes\r\nContent-Length: 3\r\n\r\nabc");
 }
 
 TEST(HoldStandardOutput, PutsOutNothingOfABlockWithoutAnEnd) {
   int status = -1;
   const std::string text = OutputOf(
       [] {
-        HoldStandardOutput();
+        const HeaderHold& hold = HoldStandardOutput("Own: line\r\n");
         std::fputs("Accept-Ranges: bytes\r\n", stdout);
-        std::fflush(stdout);
         std::fflush(nullptr);
-        return 0;
+        return hold.Lines() == Lines{"Accept-Ranges: bytes"} ? 0 : 1;
       },
       status);
   EXPECT_EQ(status, 0);

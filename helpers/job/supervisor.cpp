@@ -152,7 +152,7 @@ void Supervisor::LookOnce() {
   } else if (EncoderHangs()) {
     end_ = "failed";
     words_ = "the encoder hangs";
-  } else if (Clock::now() - wanted_since_ >= std::chrono::milliseconds(options_.idle_ms)) {
+  } else if (IsIdle()) {
     end_ = "idle";
   }
 }
@@ -164,6 +164,14 @@ void Supervisor::NoticeWanted() {
   wanted_ = wanted;
   wanted_since_ = Clock::now();
   if (wanted.number >= 0) progress_.wanted = wanted.number;
+}
+
+// Who waits for a fragment that takes long has not gone away.
+bool Supervisor::IsIdle() {
+  if (Clock::now() - wanted_since_ < std::chrono::milliseconds(options_.idle_ms)) return false;
+  if (!folder_.IsWaitedFor()) return true;
+  wanted_since_ = Clock::now();
+  return false;
 }
 
 // The last fragment that an encoder has begun counts only if it ended well: it finishes the file in any case.

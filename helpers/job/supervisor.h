@@ -35,6 +35,7 @@ class Supervisor {
   void Wait();
   void LookOnce();  // at everything, once; sets end_ when it is over
   void NoticeWanted();
+  bool IsIdle();
   bool HasNext(bool ended) const;  // a whole fragment to be published
   void PublishMade(bool ended);
   void PublishNext();

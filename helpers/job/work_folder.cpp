@@ -132,6 +132,13 @@ bool WorkFolder::IsGone() const {
   return ::fstat(folder_, &status) != 0 || status.st_nlink == 0 || !Exists(folder_, run_name_);
 }
 
+bool WorkFolder::IsWaitedFor() const {
+  const base::Descriptor file(::openat(folder_, "waiting", O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  return file && ::fcntl(file.Get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
 uint64_t WorkFolder::FreeSpace() const {
   struct statvfs space {};
   if (::fstatvfs(folder_, &space) != 0) return 0;

@@ -3,6 +3,7 @@
 //
 //   <n>.ts, a<track>_<n>.ts   published, never changed
 //   wanted                    the number of the fragment that was asked for last
+//   waiting                   held (a shared lock) by every request that waits for a fragment
 //   job.json                  the record of the job
 //   run-<pid>/                what the encoder writes: <n>.ts.tmp, renamed to <n>.ts
 #pragma once
@@ -42,6 +43,7 @@ class WorkFolder {
     }
   };
   Wanted ReadWanted() const;
+  bool IsWaitedFor() const;
 
   std::vector<Kept> Published() const;
   void Drop(const std::string& name) const;

@@ -13,7 +13,6 @@
 namespace kinora::helper {
 namespace {
 
-
 constexpr double kSoon = 5.0;  // of processor time; a second is usual for the worst of them
 constexpr int64_t kFiveGigabytes = 5'000'000'000;
 

@@ -10,7 +10,7 @@ export interface Choice {
 
 export class Menu {
   private readonly list: HTMLElement;
-  private readonly shade = h("div", { class: "menu-shade", hidden: true, onclick: () => this.close() });
+  private readonly shade = h("div", { class: "choices-shade", hidden: true, onclick: () => this.close() });
   readonly button: HTMLButtonElement;
   readonly element: HTMLElement;
 
@@ -19,7 +19,7 @@ export class Menu {
     private readonly onPick: (index: number) => void,
     private readonly onMove: () => void, // it was opened or closed
   ) {
-    this.list = h("div", { class: "menu", role: "menu", "aria-label": look.label, hidden: true });
+    this.list = h("div", { class: "choices", role: "menu", "aria-label": look.label, hidden: true });
     this.button = h(
       "button",
       {
@@ -33,7 +33,7 @@ export class Menu {
       },
       icon(look.icon),
     );
-    this.element = h("div", { class: "menu-anchor" }, this.shade, this.button, this.list);
+    this.element = h("div", { class: "choices-anchor" }, this.shade, this.button, this.list);
     this.element.addEventListener("keydown", (event) => this.keyed(event));
   }
 
@@ -44,7 +44,7 @@ export class Menu {
   // Fewer than two choices are none: the button goes away.
   offer(choices: readonly Choice[], chosen: number): void {
     const was = this.items.indexOf(document.activeElement as HTMLElement);
-    const title = h("p", { class: "menu-title", "aria-hidden": "true" }, this.button.getAttribute("aria-label") ?? "");
+    const title = h("p", { class: "choices-title", "aria-hidden": "true" }, this.button.getAttribute("aria-label") ?? "");
     this.list.replaceChildren(title, ...choices.map((choice, index) => this.item(choice, index, index === chosen)));
     this.element.hidden = choices.length < 2;
     if (this.element.hidden) this.close();
@@ -89,8 +89,8 @@ export class Menu {
       "button",
       { type: "button", role: "menuitemradio", "aria-checked": String(checked), tabindex: -1, onclick: pick },
       icon("tick"),
-      h("span", { class: "menu-label", dir: "auto" }, label),
-      detail !== "" && h("span", { class: "menu-detail", dir: "auto" }, detail),
+      h("span", { class: "choices-label", dir: "auto" }, label),
+      detail !== "" && h("span", { class: "choices-detail", dir: "auto" }, detail),
     );
   }
 

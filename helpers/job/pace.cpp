@@ -41,7 +41,7 @@ bool MayGo(const Kept& fragment, const Progress& progress) {
 }  // namespace
 
 bool MayRun(const Run& run, const Progress& progress, const Limits& limits, const std::vector<Kept>& kept) {
-  if (progress.wanted > run.last) return false;
+  if (progress.wanted > run.last) return progress.waited_for;
   if (progress.newest <= progress.wanted) return true;
   const int64_t lead = progress.stopped ? limits.run_ahead_ms / 4 * 3 : limits.run_ahead_ms;
   return Lead(run, progress) < lead && Total(kept) + Room(kept) <= limits.quota;

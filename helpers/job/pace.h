@@ -21,9 +21,10 @@ struct Run {
 };
 
 struct Progress {
-  int newest = -1;       // the last one of this run that is there; first - 1: none yet
-  int wanted = -1;       // what the viewer has asked for last
-  bool stopped = false;  // it waits for the viewer
+  int newest = -1;          // the last one of this run that is there; first - 1: none yet
+  int wanted = -1;          // what the viewer has asked for last
+  bool stopped = false;     // it waits for the viewer
+  bool waited_for = false;  // a request waits for a fragment of this run
 };
 
 // A fragment of the stream on disk, of the picture or of a sound track, from whatever run.
@@ -34,7 +35,8 @@ struct Kept {
 };
 
 // Whether the encoder may go on. It always may up to the fragment behind the wanted one; once stopped it
-// waits until the viewer has used up a quarter of the lead.
+// waits until the viewer has used up a quarter of the lead. When the viewer has gone beyond the run, it goes
+// on for those alone who wait for it: his turn comes then.
 bool MayRun(const Run& run, const Progress& progress, const Limits& limits, const std::vector<Kept>& kept);
 
 // Notices an encoder that may run and writes nothing. Times are milliseconds of any clock that does not jump.

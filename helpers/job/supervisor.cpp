@@ -212,6 +212,7 @@ void Supervisor::MakeRoom() {
 
 void Supervisor::Pace() {
   MakeRoom();
+  progress_.waited_for = folder_.IsWaitedFor();
   progress_.stopped = !MayRun(options_.run, progress_, options_.limits, folder_.Published());
   if (progress_.stopped) {
     encoder_.Stop();

@@ -28,6 +28,7 @@ TEST(MayRun, KeepsToTheLeadOverTheViewer) {
       {"stopped, four seconds of eight left", {6, 5, true}, true},
       {"the viewer is before the run", {5, 0, false}, false},
       {"the viewer is behind the run", {5, 10, false}, false},
+      {"the viewer is behind the run, and somebody waits for it", {5, 10, true, true}, true},
       {"the viewer is far ahead within the run", {4, 9, false}, true},
   };
   for (const Case& c : cases) EXPECT_EQ(MayRun(kRun, c.progress, limits, {}), c.expected) << c.name;

@@ -94,6 +94,18 @@ TEST_F(JobTest, IsNotTakenAwayFromThoseWhoWait) {
   EXPECT_EQ(Record().encoder.pid, encoder) << "it has come there by itself";
 }
 
+TEST_F(JobTest, GoesOnForThoseWhoWaitWhenTheViewerHasLeftItsRun) {
+  Settings("run_ahead_seconds=\"10\"\n");
+  ASSERT_EQ(Prepare1(12), FragmentOutcome::kReady);
+  ASSERT_EQ(Prepare1(4), FragmentOutcome::kReady);
+  ASSERT_TRUE(Eventually([this] { return LookAtJob(Folder()).stopped; }));
+  ASSERT_EQ(Record().last, 11);
+  const base::Descriptor waiting = WaitForJob(Folder());
+  NoteWanted(Folder(), 20);
+  EXPECT_TRUE(Eventually([this] { return IsOver(); }));
+  EXPECT_EQ(Record().end, "done");
+}
+
 TEST_F(JobTest, IsFollowedByAnotherWhenItsSupervisorIsKilled) {
   Settings("run_ahead_seconds=\"10\"\n");
   ASSERT_EQ(Prepare1(0), FragmentOutcome::kReady);

@@ -151,7 +151,7 @@ TEST_F(HlsStream, IsRefusedWhileAnOfflineConversionHasTheMachine) {
 TEST_F(HlsStream, IsRefusedWhenAllStreamsHaveTheirShareOfTheDisk) {
   const HttpLiveStream other = Opened(Film());
   HttpLiveStream stream = Prepared(Film());
-  WriteText(FolderOf(other.GetStreamID()) + "/work/0.ts", std::string(2 << 20, 'x'));
+  WriteText(WorkFolderOf(other.GetStreamID()) + "/0.ts", std::string(2 << 20, 'x'));
   WriteText(system::kSettingsFile, "streams_quota=\"1M\"\n");
   EXPECT_FALSE(Init(stream));
   EXPECT_EQ(stream.GetErrorString(), "TransSapceNotEnough");
@@ -282,7 +282,7 @@ TEST_F(HlsStream, HasNoFragmentsWhenItsWorkFolderIsElsewhere) {
 
 TEST_F(HlsStream, GivesPlainFilesAlone) {
   const HttpLiveStream stream = Opened(Film());
-  const std::string work = FolderOf(stream.GetStreamID()) + "/work/";
+  const std::string work = WorkFolderOf(stream.GetStreamID()) + "/";
   EXPECT_EQ(stream.GetFragmentPath("0"), "");
   WriteText(work + "0.ts", "bytes");
   EXPECT_EQ(stream.GetFragmentPath("0"), work + "0.ts");

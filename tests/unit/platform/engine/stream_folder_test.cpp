@@ -41,7 +41,7 @@ class StreamFolderTest : public StreamsTest {
 TEST_F(StreamFolderTest, IsFoundByTypeAndId) {
   EXPECT_EQ(Folder().StreamId(), id_);
   EXPECT_EQ(Folder().Path("plan.json"), FolderOf(id_) + "/plan.json");
-  EXPECT_EQ(Folder().WorkPath("3.ts"), FolderOf(id_) + "/work/3.ts");
+  EXPECT_EQ(Folder().WorkPath("3.ts"), WorkFolderOf(id_) + "/3.ts");
 }
 
 TEST_F(StreamFolderTest, IsNothingForOtherNames) {

@@ -21,6 +21,9 @@ inline std::string FolderOf(const std::string& stream_id, const std::string& typ
   return std::filesystem::canonical(system::kVar).string() + "/@tmp/Kinora/" + type + "/" + stream_id;
 }
 
+// What children may write to.
+inline std::string WorkFolderOf(const std::string& stream_id) { return FolderOf(stream_id) + "/work"; }
+
 inline bool IsThere(const std::string& path) {
   return std::filesystem::exists(std::filesystem::symlink_status(path));
 }

@@ -1,4 +1,4 @@
-// kinora serve: the web server, the listener and the scan, started, watched and ended together.
+// kinora serve: the web server, the listener, the zygote and the scan, started, watched and ended together.
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <syslog.h>
@@ -30,6 +30,7 @@ using std::chrono::milliseconds;
 
 constexpr char kWebServerName[] = "the web server";
 constexpr char kListenerName[] = "the web API";
+constexpr char kZygoteName[] = "the maker of copied fragments";
 constexpr char kScanName[] = "the scan";
 constexpr unsigned int kMostFailuresAtStart = 5;
 constexpr std::chrono::seconds kTimeToBecomeReady{30};
@@ -62,12 +63,17 @@ void WriteFrontConfiguration(const system::Settings& settings, unsigned int port
 }
 
 std::vector<Service> MakeServices(int front_socket, int listener_socket) {
-  Service front{
-      kWebServerName, {kWebServer, "-D", "-f", InRunFolder("lighttpd.conf")}, front_socket, true, false};
-  Service listener{
-      kListenerName, {system::InTarget("bin/entry.cgi"), "--socket", "3"}, listener_socket, false, true};
-  Service scan{kScanName, {system::InTarget("bin/kinora"), "scan", "--watch"}, -1, false, false};
-  return {front, listener, scan};
+  Service front{kWebServerName, {kWebServer, "-D", "-f", InRunFolder("lighttpd.conf")}};
+  front.socket = front_socket;
+  front.socket_by_environment = true;
+  Service listener{kListenerName, {system::InTarget("bin/entry.cgi"), "--socket", "3"}};
+  listener.socket = listener_socket;
+  listener.rights = ServiceRights::kStarter;
+  Service zygote{kZygoteName, {system::InTarget("libexec/kinora-remux"), "--zygote"}};
+  zygote.listens_on = system::kRemuxSocket;
+  zygote.rights = ServiceRights::kNone;
+  const Service scan{kScanName, {system::InTarget("bin/kinora"), "scan", "--watch"}};
+  return {front, listener, zygote, scan};
 }
 
 // This process ends when the one that started it does: nothing of Kinora may outlive a closed terminal.

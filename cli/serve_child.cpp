@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +11,9 @@
 #include <system_error>
 
 #include "platform/system/identity.h"
+#include "platform/system/places.h"
+#include "platform/system/settings.h"
+#include "platform/system/unix_listener.h"
 
 namespace kinora::cli {
 namespace {
@@ -42,12 +46,28 @@ bool ReturnToStarter() {
   return seteuid(uid) == 0 && setresgid(gid, gid, gid) == 0 && setresuid(uid, uid, uid) == 0;
 }
 
+bool TakeRights(ServiceRights rights) {
+  if (rights == ServiceRights::kStarter) return ReturnToStarter();
+  if (rights == ServiceRights::kAccount) return system::AssumeRights(system::CallerRights());
+  const auto dropped = system::DroppedRights(system::LoadSettings(system::kSettingsFile));
+  return dropped && system::AssumeRights(*dropped);
+}
+
+// -1: it gets none.
+int SocketOf(const Service& service) {
+  if (service.listens_on.empty()) return service.socket;
+  try {
+    return system::ListenOnUnixSocket(service.listens_on, SOCK_SEQPACKET).Release();
+  } catch (const std::system_error& error) {
+    syslog(LOG_ERR, "cli/serve %s", error.what());
+    _exit(kCannotStart);
+  }
+}
+
 [[noreturn]] void Become(const Service& service, pid_t parent) {
   setpgid(0, 0);
   ResetSignals();
-  if (!ArrangeDescriptors(service.socket)) _exit(kCannotStart);
-  const bool settled = service.keeps_root ? ReturnToStarter() : system::AssumeRights(system::CallerRights());
-  if (!settled) _exit(kCannotStart);
+  if (!ArrangeDescriptors(SocketOf(service)) || !TakeRights(service.rights)) _exit(kCannotStart);
   // After the change of rights, which takes this wish back.
   if (prctl(PR_SET_PDEATHSIG, SIGTERM) != 0 || getppid() != parent || chdir("/") != 0) _exit(kCannotStart);
 

@@ -58,12 +58,15 @@ bool Limit(int resource, rlim_t most) {
 
 }  // namespace
 
-std::string GiveUpRights(uint64_t file_size, uint64_t seconds) {
+std::string DropRights() {
   if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return "no-new-privileges cannot be set";
-  if (HasCapabilities()) {
-    BecomeNobody();
-    if (!DropCapabilities()) return "capabilities cannot be dropped";
-  }
+  if (!HasCapabilities()) return "";
+  BecomeNobody();
+  return DropCapabilities() ? "" : "capabilities cannot be dropped";
+}
+
+std::string GiveUpRights(uint64_t file_size, uint64_t seconds) {
+  if (std::string trouble = DropRights(); !trouble.empty()) return trouble;
   // What is open stays open; nothing can be opened any more. One thread is all we have.
   const bool limited = Limit(RLIMIT_NOFILE, 0) && Limit(RLIMIT_NPROC, 0) && Limit(RLIMIT_CORE, 0) &&
                        Limit(RLIMIT_AS, rlim_t{1} << 30) && Limit(RLIMIT_CPU, seconds) &&

@@ -15,4 +15,8 @@ inline constexpr uint64_t kShort = 60;                   // seconds of the proce
 // is read. Returns what could not be done, or an empty text.
 std::string GiveUpRights(uint64_t file_size = kLittle, uint64_t seconds = kShort);
 
+// The rights alone: files and processes can still be had, as far as the account may. For who does not read
+// the files himself.
+std::string DropRights();
+
 }  // namespace kinora::helper

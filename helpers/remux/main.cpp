@@ -5,16 +5,24 @@
 // START and END are seconds of media time as fractions, "135135/22500"; "-" as START stands for all that
 // comes first, as END for all that comes last. VIDEO and AUDIO are the streams' numbers in the file, or "-".
 // A fragment with video must begin and end at cuts of the index.
+//
+// kinora-remux --zygote: makes fragments for all who connect to the socket that is open as descriptor 3, each
+// in a process of its own (zygote.h). It has done then what takes most of the time of a short run: the
+// loader's work for the hundred libraries behind libavformat.
 #include <sys/mman.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "helpers/common/answer.h"
 #include "helpers/common/exit_codes.h"
+#include "helpers/common/zygote.h"
 #include "helpers/remux/demuxed.h"
 #include "helpers/remux/listed.h"
 
@@ -27,6 +35,9 @@ using kinora::helper::Moment;
 constexpr int kFragmentDescriptor = 4;
 constexpr int kIndexDescriptor = 5;
 constexpr uint64_t kLargestFragment = uint64_t{1} << 30;  // bytes
+constexpr uint64_t kSeconds = 55;                         // of the processor
+// Standard error, the film, the fragment and the index.
+constexpr kinora::helper::ZygoteLimits kZygote{4, std::chrono::seconds(60), 64};
 
 template <typename Number>
 Number NumberFrom(std::string_view text, Number least, Number most) {
@@ -65,11 +76,11 @@ std::string_view MapIndex() {
   return line == std::string_view::npos ? std::string_view() : index.substr(line + 1);
 }
 
-std::string Remux(char** arguments) {
+std::string Remux(const std::vector<std::string>& arguments) {
   const IndexReader index(MapIndex());
   const kinora::helper::Selection selection =
-      kinora::helper::Select(index.Film(), MomentFrom(arguments[1]), MomentFrom(arguments[2]),
-                             TrackFrom(arguments[3]), TrackFrom(arguments[4]));
+      kinora::helper::Select(index.Film(), MomentFrom(arguments[0]), MomentFrom(arguments[1]),
+                             TrackFrom(arguments[2]), TrackFrom(arguments[3]));
   if (!selection.video && !selection.audio) throw Failure(kinora::helper::kUsage, "nothing to copy");
   kinora::helper::TransportWriter out(index.Film(), selection, kFragmentDescriptor);
   if (index.HasLists()) {
@@ -81,12 +92,20 @@ std::string Remux(char** arguments) {
   return "";
 }
 
+int Run(const std::vector<std::string>& arguments) {
+  if (arguments.size() != 4) {
+    std::fputs(
+        "usage: kinora-remux START END VIDEO AUDIO 3<FILE 4>FRAGMENT 5<INDEX\n"
+        "       kinora-remux --zygote 3<SOCKET\n",
+        stderr);
+    return kinora::helper::kUsage;
+  }
+  return kinora::helper::Answer([&arguments] { return Remux(arguments); }, kLargestFragment, kSeconds);
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
-  if (count != 5) {
-    std::fputs("usage: kinora-remux START END VIDEO AUDIO 3<FILE 4>FRAGMENT 5<INDEX\n", stderr);
-    return kinora::helper::kUsage;
-  }
-  return kinora::helper::Answer([arguments] { return Remux(arguments); }, kLargestFragment);
+  if (count == 2 && std::string_view(arguments[1]) == "--zygote") return RunZygote(kZygote, Run);
+  return Run(std::vector<std::string>(arguments + std::min(count, 1), arguments + count));
 }

@@ -22,6 +22,7 @@
 #include "platform/system/child.h"
 #include "platform/system/places.h"
 #include "platform/system/settings.h"
+#include "platform/system/zygote.h"
 
 namespace kinora::engine {
 namespace {
@@ -140,7 +141,8 @@ FragmentOutcome Make(const SourceIdentity& source, const Part& part, const std::
                          {scratch.File(), kFragmentDescriptor},
                          {index->file.Get(), kIndexDescriptor}};
   command.limits = kLimits;
-  ChildResult result = system::RunChild(command);
+  ChildResult result = system::RunByZygote(system::kRemuxSocket, command);
+  if (result.end == ChildResult::End::kNotStarted) result = system::RunChild(command);
   // A helper that somebody killed, the kernel for want of memory perhaps, is given one more try.
   if (result.end == ChildResult::End::kSignalled && result.status == SIGKILL) {
     scratch.Empty();

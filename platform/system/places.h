@@ -15,7 +15,8 @@ inline constexpr char kVar[] = "/var/packages/Kinora/var";
 inline constexpr char kDatabaseFile[] = "/var/packages/Kinora/var/database/kinora.db";
 inline constexpr char kPictureCache[] = "/var/packages/Kinora/var/pictures";
 inline constexpr char kIndexCache[] = "/var/packages/Kinora/var/indexes";
-inline constexpr char kRunFolder[] = "/var/packages/Kinora/var/run";  // sockets, pids, locks
+inline constexpr char kRunFolder[] = "/var/packages/Kinora/var/run";               // sockets, pids, locks
+inline constexpr char kRemuxSocket[] = "/var/packages/Kinora/var/run/remux.sock";  // of kinora-remux --zygote
 
 // On each volume, the folders of the streams that work there.
 inline std::string StreamsOnVolume(const std::string& volume) { return volume + "/@tmp/Kinora"; }

@@ -1,6 +1,5 @@
 #include "platform/system/unix_listener.h"
 
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -20,12 +19,12 @@ constexpr int kBacklog = 1024;
 
 }  // namespace
 
-base::Descriptor ListenOnUnixSocket(const std::string& path) {
+base::Descriptor ListenOnUnixSocket(const std::string& path, int type) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path) Fail(ENAMETOOLONG, path);
   std::memcpy(address.sun_path, path.c_str(), path.size());
-  base::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  base::Descriptor socket(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   if (!socket) Fail(errno, path);
   ::unlink(path.c_str());
   const mode_t before = ::umask(0177);

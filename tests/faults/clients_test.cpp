@@ -21,7 +21,10 @@ bool NoRequestProcessIsLeft(const House& house) {
   return DescendantsLike(house.Pid(), "entry.cgi").size() == 1;
 }
 
-bool NoHelperIsLeft(const House& house) { return DescendantsLike(house.Pid(), "/libexec/").empty(); }
+bool NoHelperIsLeft(const House& house) {
+  // But the zygote, whose children bear its command line.
+  return DescendantsLike(house.Pid(), "/libexec/").size() == 1;
+}
 
 // Kilobytes that the processes do not share with others, summed up.
 size_t PrivateMemory(const std::vector<pid_t>& pids) {

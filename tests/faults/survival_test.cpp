@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <iterator>
 #include <random>
 
 #include "tests/faults/cgi.h"
@@ -13,7 +14,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kFilm[] = "h264_aac.mp4";
-const char* const kServices[] = {"/usr/sbin/lighttpd", "entry.cgi", "--watch"};
+const char* const kServices[] = {"/usr/sbin/lighttpd", "entry.cgi", "--zygote", "--watch"};
 
 bool IsLong() { return getenv("KINORA_FAULTS_LONG") != nullptr; }
 
@@ -86,7 +87,8 @@ TEST_F(Survival, OfServicesThatAreKilledAtRandom) {
   std::minstd_rand random(20);
   const int rounds = IsLong() ? 24 : 12;
   for (int i = 0; i < rounds; ++i) {
-    const std::vector<pid_t> candidates = DescendantsLike(house_.Pid(), kServices[random() % 3]);
+    const std::vector<pid_t> candidates =
+        DescendantsLike(house_.Pid(), kServices[random() % std::size(kServices)]);
     if (!candidates.empty()) kill(candidates[0], SIGKILL);
     ASSERT_NO_FATAL_FAILURE(ExpectService()) << i;
     if (HasFailure()) return;
@@ -98,10 +100,10 @@ TEST_F(Survival, OfServicesThatAreKilledAtRandom) {
   EXPECT_TRUE(Eventually([] { return ScratchFiles().empty(); }));
 }
 
-TEST_F(Survival, OfAnIdleServiceNeedsThreeProcesses) {
+TEST_F(Survival, OfAnIdleServiceNeedsFourProcesses) {
   house_.Send({"Film", "picture", {{"id", "1"}}, "GET", ann_.sid});
   ExpectService();
-  EXPECT_TRUE(Eventually([&] { return Descendants(house_.Pid()).size() == 3; }))
+  EXPECT_TRUE(Eventually([&] { return Descendants(house_.Pid()).size() == 4; }))
       << Descendants(house_.Pid()).size();
   for (const char* service : kServices)
     EXPECT_EQ(DescendantsLike(house_.Pid(), service).size(), 1U) << service;

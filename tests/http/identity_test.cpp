@@ -89,6 +89,9 @@ TEST_F(ServeAsRoot, WorksAsTheAccountThatIsSet) {
   const House house({"h264_aac.mp4"}, kAsAccount);
   EXPECT_EQ(UidsOf(DescendantsLike(house.Pid(), "/usr/sbin/lighttpd").at(0)), Ids());
   EXPECT_EQ(UidsOf(DescendantsLike(house.Pid(), "scan").at(0)), Ids());
+  ASSERT_TRUE(Eventually([&] { return DescendantsLike(house.Pid(), "--zygote").size() == 1; }));
+  EXPECT_EQ(UidsOf(DescendantsLike(house.Pid(), "--zygote").at(0)), Ids());
+  EXPECT_EQ(OwnerOf(kinora::system::kRemuxSocket), uid_);
   EXPECT_EQ(UidsOf(DescendantsLike(house.Pid(), "entry.cgi").at(0)), RootWorkingAsAccount());
   EXPECT_EQ(UidsOf(house.Pid()), RootWorkingAsAccount());
 }

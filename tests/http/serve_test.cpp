@@ -1,11 +1,14 @@
 // kinora serve: what it starts, watches and ends; the front's own answers; what the logs hold.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <csignal>
 #include <fstream>
+#include <sstream>
 
 #include "platform/system/places.h"
+#include "tests/http/hls_viewer.h"
 #include "tests/http/house.h"
 
 using namespace kinora::test;
@@ -17,6 +20,18 @@ std::vector<pid_t> WebServers(const House& house) {
   return DescendantsLike(house.Pid(), "/usr/sbin/lighttpd");
 }
 std::vector<pid_t> Listeners(const House& house) { return DescendantsLike(house.Pid(), "entry.cgi"); }
+std::vector<pid_t> Zygotes(const House& house) { return DescendantsLike(house.Pid(), "--zygote"); }
+
+// Page faults of the children that have ended: of a zygote that has made something, not 0.
+long FaultsOfRuns(pid_t pid) {
+  const std::string line = ReadWhole("/proc/" + std::to_string(pid) + "/stat");
+  std::istringstream fields(line.substr(line.rfind(')') + 1));
+  std::string field;
+  for (int i = 3; i <= 10; ++i) fields >> field;  // numbered as proc(5) does
+  long faults = -1;
+  fields >> faults;
+  return faults;
+}
 
 bool IsBack(const House& house, const std::function<std::vector<pid_t>(const House&)>& find, pid_t gone) {
   return Eventually([&] {
@@ -51,6 +66,40 @@ TEST(Serve, StartsAKilledWebServerAgainAndRefusesNobodyMeanwhile) {
   }
 }
 
+TEST(Serve, MakesCopiedFragmentsByAZygoteWithoutRights) {
+  const House house;
+  const HlsViewer ann(house, house.SignIn("ann"));
+  const Playlist film = ann.MediaPlaylists(ann.Open("h264_aac.mp4", "hls_remux")).at(0);
+  ASSERT_TRUE(Eventually([&] { return Zygotes(house).size() == 1; }));
+  const pid_t zygote = Zygotes(house).at(0);
+  EXPECT_EQ(FaultsOfRuns(zygote), 0);
+  EXPECT_EQ(ann.Get(film.addresses.at(0)).status, 200);
+  EXPECT_TRUE(Eventually([&] { return FaultsOfRuns(zygote) > 0; })) << "a run of it has ended";
+  const std::string status = ReadWhole("/proc/" + std::to_string(zygote) + "/status");
+  for (const char* line : {"\nCapPrm:\t0000000000000000\n", "\nCapEff:\t0000000000000000\n",
+                           "\nCapInh:\t0000000000000000\n", "\nNoNewPrivs:\t1\n"}) {
+    EXPECT_NE(status.find(line), std::string::npos) << line << status;
+  }
+  struct stat socket {};
+  ASSERT_EQ(stat(kinora::system::kRemuxSocket, &socket), 0);
+  EXPECT_EQ(socket.st_mode & 0777, 0600U);
+}
+
+TEST(Serve, StartsAKilledZygoteAgainAndMakesFragmentsMeanwhile) {
+  const House house({"languages.mkv"});
+  const HlsViewer ann(house, house.SignIn("ann"));
+  for (int round = 0; round < 3; ++round) {
+    const HlsStream stream = ann.Open("languages.mkv", "hls_remux");
+    const Playlist film = ann.MediaPlaylists(stream).at(0);
+    ASSERT_TRUE(Eventually([&] { return Zygotes(house).size() == 1; }));
+    const pid_t zygote = Zygotes(house).at(0);
+    kill(zygote, SIGKILL);
+    EXPECT_EQ(ann.Get(film.addresses.at(0)).status, 200) << house.Log();
+    EXPECT_TRUE(IsBack(house, Zygotes, zygote));
+    EXPECT_EQ(CodeOf(ann.Close(stream)), 0);
+  }
+}
+
 TEST(Serve, EndsAllThatItStarted) {
   House house;
   const SignedIn ann = house.SignIn("ann");
@@ -60,7 +109,7 @@ TEST(Serve, EndsAllThatItStarted) {
   viewer.Send(Wire({"Stream", "stream", {{"id", stream}, {"format", "raw"}}, "GET", ann.sid}));
   EXPECT_GE(viewer.ReadAtLeast(1000).size(), 1000U);
   const std::vector<pid_t> all = Descendants(house.Pid());
-  EXPECT_GE(all.size(), 3U) << "the web server, the listener, the viewer's answer";
+  EXPECT_GE(all.size(), 4U) << "the web server, the listener, the zygote, the viewer's answer";
   house.Serve().Signal(SIGTERM);
   EXPECT_EQ(house.Serve().Wait(), 0);
   for (const pid_t pid : all)

@@ -52,9 +52,10 @@ class CopyFaults : public testing::Test {
   }
 
   // The line that copy_stub prints in this installation.
-  std::string Copy() const {
+  std::string Copy(const std::string& fragment = "", const std::string& zygote = "") const {
     const std::string command = std::string(KINORA_SOURCE_DIR) + "/tests/with-places '" + folder_ +
-                                "/target' " + KINORA_COPY_STUB + " '" + film_ + "' 2>/dev/null";
+                                "/target' " + KINORA_COPY_STUB + " '" + film_ + "' " + fragment + " " +
+                                zygote + " 2>/dev/null";
     const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), &::pclose);
     std::string output;
     std::array<char, 4096> buffer{};
@@ -62,6 +63,16 @@ class CopyFaults : public testing::Test {
       output.append(buffer.data(), got);
     }
     return output;
+  }
+
+  void Take(const std::string& film) {
+    film_ = folder_ + "/" + film;
+    fs::copy_file(std::string(KINORA_COPY_MEDIA_DIR) + "/" + film, film_, fs::copy_options::skip_existing);
+    fs::permissions(film_, fs::perms::all);
+  }
+  static std::string ContentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
   }
 
   // Not in the build: the script must be able to walk there, too.
@@ -87,6 +98,33 @@ TEST_F(CopyFaults, AHelperThatCrashesIsNotTriedAgain) {
   Disturb("kinora-remux", "echo half >&4; kill -SEGV $$");
   EXPECT_EQ(Copy(), "failed, 0\n");
   EXPECT_EQ(Runs(), 1);
+}
+
+TEST_F(CopyFaults, AZygoteMakesTheSameFragmentsAndNothingIsExecuted) {
+  for (const std::string film : {"pyramid.mp4", "pyramid.mkv", "pyramid.ts"}) {
+    Take(film);
+    const std::string executed = folder_ + "/executed." + film;
+    EXPECT_EQ(Copy(executed), "ready, 1\n") << film;
+  }
+  fs::copy_file(Helper("kinora-remux"), folder_ + "/zygote");
+  Disturb("kinora-remux", "exit 70");
+  for (const std::string film : {"pyramid.mp4", "pyramid.mkv", "pyramid.ts"}) {
+    Take(film);
+    const std::string forked = folder_ + "/forked." + film;
+    EXPECT_EQ(Copy(forked, folder_ + "/zygote"), "ready, 1\n") << film;
+    EXPECT_GT(ContentOf(forked).size(), 188U) << film;
+    EXPECT_TRUE(ContentOf(forked) == ContentOf(folder_ + "/executed." + film)) << film;
+  }
+  EXPECT_EQ(Runs(), 0);
+}
+
+TEST_F(CopyFaults, AZygoteThatDiesOrGivesNoAnswerIsReplacedByExecuting) {
+  std::ofstream(folder_ + "/zygote") << "#!/bin/sh\nsleep 1\n";
+  ASSERT_EQ(::chmod((folder_ + "/zygote").c_str(), 0755), 0);
+  Disturb("kinora-remux", "");
+  EXPECT_EQ(Copy("", folder_ + "/missing"), "ready, 1\n") << "it could not be started";
+  EXPECT_EQ(Copy(folder_ + "/fragment", folder_ + "/zygote"), "ready, 1\n") << "it does not answer and ends";
+  EXPECT_EQ(Runs(), 2);
 }
 
 TEST_F(CopyFaults, AMissingHelperIsAFailure) {

@@ -1,22 +1,48 @@
-// copy_stub FILM: plans a copy of an MP4 film and makes its fragment 1; one line: the outcome, and how many
-// files the stream has then.
+// copy_stub FILM [FRAGMENT [ZYGOTE]]: plans a copy of a film and makes its fragment 1; one line: the outcome,
+// and how many files the stream has then. FRAGMENT is where a fragment that is ready goes; ZYGOTE a program
+// that is started as the zygote of kinora-remux before.
+#include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 
 #include "contract/engine/http_live_stream.h"
 #include "platform/base/file_time.h"
 #include "platform/engine/copied_fragment.h"
+#include "platform/system/places.h"
+#include "platform/system/unix_listener.h"
+
+namespace {
+
+// Ends with this process.
+void StartZygote(const char* program) {
+  std::filesystem::create_directory(kinora::system::kRunFolder);
+  const kinora::base::Descriptor socket =
+      kinora::system::ListenOnUnixSocket(kinora::system::kRemuxSocket, SOCK_SEQPACKET);
+  if (::fork() != 0) return;
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (socket.Get() == 3) ::fcntl(3, F_SETFD, 0);
+  if (socket.Get() != 3) ::dup2(socket.Get(), 3);
+  ::execl(program, program, "--zygote", nullptr);
+  ::_exit(127);
+}
+
+}  // namespace
 
 int main(int count, char** arguments) {
   using namespace kinora::engine;
   struct stat status {};
-  if (count != 2 || ::stat(arguments[1], &status) != 0) return 64;
+  if (count < 2 || ::stat(arguments[1], &status) != 0) return 64;
+  if (count > 3) StartZygote(arguments[3]);
   StreamPlan plan;
   plan.source.identity = {arguments[1], status.st_dev, status.st_ino, static_cast<uint64_t>(status.st_size),
                           kinora::base::NanosecondsOf(status.st_mtim)};
-  plan.source.container = "mp4";
+  const std::string suffix = std::filesystem::path(arguments[1]).extension();
+  plan.source.container = suffix == ".ts" ? "mpegts" : suffix.substr(1);
   plan.source.video.track = 0;
   plan.source.video.codec = "h264";
   const CopyDecision decision = PlanCopy(plan.source);
@@ -33,6 +59,9 @@ int main(int count, char** arguments) {
   const FragmentOutcome outcome = PrepareCopied(*folder, plan, 1);
   const char* const outcomes[] = {"ready", "no job", "no space", "gone", "failed"};
   const auto files = std::distance(std::filesystem::directory_iterator(folder->WorkPath("")), {});
+  if (count > 2 && outcome == FragmentOutcome::kReady) {
+    std::filesystem::copy_file(folder->WorkPath("1.ts"), arguments[2]);
+  }
   std::printf("%s, %d\n", outcomes[static_cast<int>(outcome)], static_cast<int>(files));
   return 0;
 }

@@ -99,6 +99,7 @@ void TransportWriter::AddStream(size_t track) {
 
 void TransportWriter::WriteHeader(bool starts) {
   context_->max_delay = 0;
+  context_->flush_packets = 0;  // written when the buffer is full, not after each packet
   context_->avoid_negative_ts = 0;
   AVDictionary* options = nullptr;
   av_dict_set(&options, "pes_payload_size", "0", 0);

@@ -7,6 +7,7 @@
 
 #include "entry/form.h"
 #include "entry/scgi.h"
+#include "entry/tcp_connection.h"
 
 namespace kinora::entry {
 
@@ -23,6 +24,7 @@ struct Request {
   std::string origin;     // the Origin header; empty: none
   std::string scheme;     // "http" or "https"
   std::string client;     // the other side's address
+  TcpEnds connection;     // the web server's with the other side
   std::string agent;      // the User-Agent header as one line of text, cut after 256 bytes
 
   // The parameter's value, empty where it is missing.

@@ -94,7 +94,7 @@ std::optional<Answer> SendStream(Context& context) {
 
   // The time limit holds for making what was asked for, and so does the client's patience. Once it goes out,
   // the answer lasts as long as the viewer takes it.
-  EndWithClient();
+  EndWithClient(request.connection);
   const HeaderHold& hold =
       HoldStandardOutput(std::string("Cache-Control: ") + CacheControl(type, fragment) + "\r\n", [] {
         alarm(0);

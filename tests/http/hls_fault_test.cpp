@@ -7,9 +7,11 @@
 #include <set>
 #include <thread>
 
+#include "platform/engine/job_folder.h"
 #include "tests/http/hls_expectations.h"
 
 using namespace kinora::test;
+using namespace kinora::engine;
 namespace fs = std::filesystem;
 
 namespace {
@@ -186,4 +188,34 @@ TEST(HlsJobs, AreRefusedWhereNoMoreMayBeAtWork) {
   for (const std::string& address : film.addresses) ExpectFragment(ann.Get(address), address);
   EXPECT_EQ(CodeOf(ann.Close(first)), 0);
   ExpectFragment(ann.Get(other), "its turn");
+}
+
+TEST(HlsSeeks, DropTheRequestsOfBeforeWithTheirConnections) {
+  const House house({kLong}, kShortRunAhead);
+  const HlsViewer ann(house, house.SignIn("ann"));
+  const HlsStream stream = ann.Open(kLong, "hls");
+  const Playlist film = ann.MediaPlaylists(stream).at(0);
+  ExpectFragment(ann.Get(film.addresses[0]), "the first one");
+  // Whoever publishes what the encoder makes is held: the fragment after the newest stays on its way.
+  const std::optional<StreamFolder> folder = StreamFolder::Open("HLS", stream.id);
+  ASSERT_TRUE(folder);
+  const std::optional<JobRecord> job = ReadJobRecord(*folder);
+  ASSERT_TRUE(job && SignalSupervisor(*job, SIGSTOP));
+  const int next = PresentFragments(*folder).back() + 1;
+  ASSERT_LT(next, static_cast<int>(film.addresses.size()));
+  const auto requests = [&] { return Descendants(Listeners(house).at(0)); };
+  {
+    Connection player(house.Port());
+    player.Send(Wire({"Stream",
+                      "stream",
+                      {{"id", stream.id}, {"format", "hls"}, {"fragment", std::to_string(next)}},
+                      "GET",
+                      ann.Who().sid}));
+    ASSERT_TRUE(Eventually([&] { return IsJobWaitedFor(*folder); })) << house.Log();
+    EXPECT_FALSE(requests().empty());
+  }
+  EXPECT_TRUE(Eventually([&] { return !IsJobWaitedFor(*folder); })) << "nobody waits any more";
+  EXPECT_TRUE(Eventually([&] { return requests().empty(); }));
+  SignalSupervisor(*job, SIGCONT);
+  ExpectFragment(ann.Get(film.addresses.back()), "the one that was sought");
 }

@@ -7,6 +7,8 @@
 
 #include <csignal>
 
+#include "tests/unit/entry/tcp_pair.h"
+
 using kinora::entry::EndWithClient;
 using kinora::entry::OutliveClient;
 
@@ -18,6 +20,8 @@ using MakeEnds = int (*)(int ends[2]);  // ends[1] becomes the answer's
 
 int MakeSockets(int ends[2]) { return socketpair(AF_UNIX, SOCK_STREAM, 0, ends); }
 int MakePipe(int ends[2]) { return pipe(ends); }
+
+void Watch() { EndWithClient({}); }
 
 // The status, as waitpid gives it, of a process that answers through these ends: it does `prepare`, and the
 // client goes. Then it waits until it is told to go on, and ends with status 7.
@@ -43,7 +47,7 @@ int StatusWhenTheClientGoes(MakeEnds make, void (*prepare)()) {
   EXPECT_EQ(read(ready[0], &byte, 1), 1);
   close(ends[0]);
   // Whoever is to end does so by himself: he is not told to go on.
-  if (prepare != EndWithClient) {
+  if (prepare != Watch) {
     EXPECT_EQ(write(go_on[1], "", 1), 1);
   }
   int status = -1;
@@ -56,7 +60,7 @@ int StatusWhenTheClientGoes(MakeEnds make, void (*prepare)()) {
 
 TEST(ClientWatch, EndsTheProcessWhenTheClientGoes) {
   for (const MakeEnds make : {MakeSockets, MakePipe}) {
-    const int status = StatusWhenTheClientGoes(make, EndWithClient);
+    const int status = StatusWhenTheClientGoes(make, Watch);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_FAILURE) << status;
   }
 }
@@ -64,7 +68,7 @@ TEST(ClientWatch, EndsTheProcessWhenTheClientGoes) {
 TEST(ClientWatch, LeavesTheProcessAloneOnceItAnswers) {
   for (const MakeEnds make : {MakeSockets, MakePipe}) {
     const int status = StatusWhenTheClientGoes(make, [] {
-      EndWithClient();
+      Watch();
       OutliveClient();
     });
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7) << status;
@@ -78,11 +82,44 @@ TEST(ClientWatch, EndsTheProcessAtOnceWhenTheClientIsGoneAlready) {
   const pid_t child = fork();
   if (child == 0) {
     dup2(ends[1], STDOUT_FILENO);
-    EndWithClient();
+    Watch();
     _exit(7);
   }
   close(ends[1]);
   int status = -1;
   ASSERT_EQ(waitpid(child, &status, 0), child);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_FAILURE) << status;
+}
+
+TEST(ClientWatch, EndsTheProcessWhenTheClientClosesItsConnectionToTheWebServer) {
+  kinora::test::TcpPair connection("127.0.0.1");
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(kPatience);
+    close(connection.peer);
+    EndWithClient(connection.ends);
+    while (true) pause();
+  }
+  connection.ClosePeer();
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_FAILURE) << status;
+}
+
+TEST(ClientWatch, LeavesTheProcessAloneOnceItAnswersThoughTheClientHasClosed) {
+  kinora::test::TcpPair connection("127.0.0.1");
+  const pid_t child = fork();
+  if (child == 0) {
+    EndWithClient(connection.ends);
+    OutliveClient();
+    close(connection.peer);
+    connection.ClosePeer();
+    const timespec longer{1, 0};  // than the kernel would have been asked
+    nanosleep(&longer, nullptr);
+    _exit(7);
+  }
+  connection.ClosePeer();
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7) << status;
 }

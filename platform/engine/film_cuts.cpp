@@ -4,7 +4,8 @@
 
 #include <algorithm>
 #include <limits>
-#include <memory>
+
+#include "platform/system/strict_json.h"
 
 namespace kinora::engine {
 namespace {
@@ -70,18 +71,8 @@ std::optional<FilmCuts> Take(const Json::Value& value) {
 
 std::optional<FilmCuts> ParseFilmCuts(std::string_view line) {
   if (line.size() > kLongestLine) return std::nullopt;
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  builder["stackLimit"] = kDeepest;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  try {
-    Json::Value value;
-    std::string errors;
-    if (!reader->parse(line.data(), line.data() + line.size(), &value, &errors)) return std::nullopt;
-    return Take(value);
-  } catch (const Json::Exception&) {  // nested too deeply
-    return std::nullopt;
-  }
+  const std::optional<Json::Value> value = system::ParseStrictJson(line, kDeepest);
+  return value ? Take(*value) : std::nullopt;
 }
 
 }  // namespace kinora::engine

@@ -1,6 +1,8 @@
 #include "platform/engine/record.h"
 
-#include <memory>
+#include <utility>
+
+#include "platform/system/strict_json.h"
 
 namespace kinora::engine {
 namespace {
@@ -23,21 +25,12 @@ std::string WriteRecord(const Json::Value& value) {
 }
 
 Json::Value ParseRecord(const std::string& text, int version) {
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  builder["stackLimit"] = kDeepest;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  Json::Value value;
-  std::string errors;
-  bool parsed = false;
-  try {
-    parsed = reader->parse(text.data(), text.data() + text.size(), &value, &errors);
-  } catch (const Json::Exception&) {  // nested too deeply
-  }
-  if (!parsed || !value.isObject()) throw MalformedRecord("it is no JSON object");
+  std::optional<Json::Value> parsed = system::ParseStrictJson(text, kDeepest);
+  if (!parsed || !parsed->isObject()) throw MalformedRecord("it is no JSON object");
+  Json::Value& value = *parsed;
   if (!value["version"].isInt() || value["version"].asInt() != version)
     throw MalformedRecord("it is of another version");
-  return value;
+  return std::move(value);
 }
 
 const Json::Value& ObjectIn(const Json::Value& object, const char* key) {

@@ -1,7 +1,8 @@
 #include "platform/engine/report.h"
 
 #include <algorithm>
-#include <memory>
+
+#include "platform/system/strict_json.h"
 
 namespace kinora::engine {
 namespace {
@@ -22,19 +23,9 @@ bool IsReport(const Json::Value& value) {
 }  // namespace
 
 std::optional<Json::Value> ParseReport(const std::string& text) {
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  builder["stackLimit"] = kDeepest;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  try {
-    Json::Value value;
-    std::string errors;
-    if (!reader->parse(text.data(), text.data() + text.size(), &value, &errors)) return std::nullopt;
-    if (!IsReport(value)) return std::nullopt;
-    return value;
-  } catch (const Json::Exception&) {  // nested too deeply
-    return std::nullopt;
-  }
+  std::optional<Json::Value> value = system::ParseStrictJson(text, kDeepest);
+  if (!value || !IsReport(*value)) return std::nullopt;
+  return value;
 }
 
 std::string TextOf(const Json::Value& object, const char* key) {

@@ -1,14 +1,13 @@
 #include "platform/media/scan_progress.h"
 
 #include <fcntl.h>
-#include <json/json.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <fstream>
 #include <iterator>
-#include <memory>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -16,12 +15,14 @@
 #include "platform/base/log.h"
 #include "platform/base/text.h"
 #include "platform/system/places.h"
+#include "platform/system/strict_json.h"
 
 namespace kinora::media {
 namespace {
 
 constexpr auto kInterval = std::chrono::milliseconds(250);
 constexpr std::streamsize kLargestFile = std::streamsize{64} * 1024;
+constexpr int kDeepest = 4;
 
 constexpr std::pair<const char*, int64_t ScanProgress::*> kNumbers[] = {
     {"found", &ScanProgress::found},           {"looked_at", &ScanProgress::looked_at},
@@ -55,16 +56,10 @@ std::string Write(const ScanProgress& progress) {
 }
 
 ScanProgress Read(const std::string& text) {
-  Json::CharReaderBuilder builder;
-  builder["stackLimit"] = 16;  // what is nested deeper throws, and is none of ours
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  Json::Value json;
+  const std::optional<Json::Value> parsed = system::ParseStrictJson(text, kDeepest);
+  if (!parsed || !parsed->isObject()) return {};
+  const Json::Value& json = *parsed;
   ScanProgress progress;
-  try {
-    if (!reader->parse(text.data(), text.data() + text.size(), &json, nullptr) || !json.isObject()) return {};
-  } catch (const Json::Exception&) {
-    return {};
-  }
   for (const auto& [name, number] : kNumbers) {
     if (json[name].isInt64()) progress.*number = json[name].asInt64();
   }

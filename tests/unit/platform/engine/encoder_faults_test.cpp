@@ -1,7 +1,6 @@
 // What becomes of a stream whose encoder misbehaves, is missing or is killed. A script takes the encoder's
 // place; what it hands out are fragments that the real one has made before.
 #include <gmock/gmock.h>
-#include <sys/mount.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 #include "platform/engine/job_lock.h"
 #include "platform/engine/stream_space.h"
 #include "platform/system/child.h"
+#include "tests/unit/platform/engine/cover.h"
 #include "tests/unit/platform/engine/jobs.h"
 
 namespace kinora::engine {
@@ -23,28 +23,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr int kFragments = 5;
-
-// Mounted over another file or folder until this object goes. Not where the places are the machine's own.
-class Cover {
- public:
-  Cover(const std::string& source, const std::string& target) {
-    const char* const places = getenv("KINORA_PLACES");
-    if (places == nullptr || std::string(places) == "real") return;
-    target_ = fs::canonical(target);
-    mounted_ = ::mount(source.c_str(), target_.c_str(), nullptr, MS_BIND, nullptr) == 0;
-  }
-  ~Cover() {
-    if (mounted_) ::umount2(target_.c_str(), MNT_DETACH);
-  }
-  Cover(const Cover&) = delete;
-  Cover& operator=(const Cover&) = delete;
-
-  explicit operator bool() const { return mounted_; }
-
- private:
-  std::string target_;
-  bool mounted_ = false;
-};
 
 // In front of every script: notes that it was started, reads what it is told, and says how fragments are
 // made.

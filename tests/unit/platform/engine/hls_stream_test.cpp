@@ -14,6 +14,7 @@
 #include "platform/engine/job.h"
 #include "platform/engine/machine_state.h"
 #include "platform/engine/stream_opening.h"
+#include "tests/unit/platform/engine/cover.h"
 #include "tests/unit/platform/engine/streams.h"
 
 namespace kinora::engine {
@@ -179,6 +180,34 @@ TEST_F(HlsStream, IsRefusedForWhatIsNoFilm) {
   WriteText(text, "no film");
   ExpectRefused(text, "TransVideoNotSupported");
   ExpectRefused(Film("cover_frame.jpg"), "TransVideoNotSupported");
+}
+
+TEST_F(HlsStream, IsRefusedForAPictureBeyondWhatAMachineDecodesInTime) {
+  ExpectRefused(Film("gigantic.avi"), "TransVideoOutOfResolutionCapability");
+  ExpectRefused(Film("hasty.mp4"), "TransVideoOutOfFramerateCapability");
+}
+
+TEST_F(HlsStream, IsRefusedForAProfileThatNoDecoderTakes) {
+  const std::string film = Film();
+  std::string bytes = Content(film);
+  // "Baseline" becomes "Extended", in the file's header and in the parameters of the video.
+  const size_t header = bytes.find("avcC");
+  ASSERT_EQ(bytes.compare(header, 8, std::string("avcC\x01\x42\xC0\x1F", 8)), 0);
+  bytes[header + 5] = 0x58;
+  for (size_t at = 0; (at = bytes.find("\x67\x42\xC0\x1F", at)) != std::string::npos;) bytes[at + 1] = 0x58;
+  WriteText(film, bytes);
+  ExpectRefused(film, "TransVideoOutOfProfileCapability");
+}
+
+TEST_F(HlsStream, IsRefusedForWantOfMemory) {
+  const std::string little = films_ + "/meminfo";
+  WriteText(little, "MemTotal: 200000 kB\nMemAvailable: 50000 kB\n");
+  {
+    const Cover cover(little, "/proc/meminfo");
+    if (!cover) GTEST_SKIP() << "nothing can be mounted here";
+    ExpectRefused(Film(), "NeedToChangeMemoryLayout");
+  }
+  EXPECT_TRUE(Opened(Film()).Close());
 }
 
 TEST_F(HlsStream, IsRefusedWithoutTheHardwareThatTheProfileIsFor) {

@@ -12,6 +12,12 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
+# The framework's headers, compiled once for all tests.
+file(CONFIGURE OUTPUT test_headers.cpp CONTENT "int main() {}\n")
+add_executable(test_headers "${CMAKE_CURRENT_BINARY_DIR}/test_headers.cpp")
+target_link_libraries(test_headers PRIVATE GTest::gmock kinora_flags)
+target_precompile_headers(test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+
 set(KINORA_VIEW "${PROJECT_SOURCE_DIR}/tests/with-places")
 
 # Where the places have to be the machine's own, the tests that use them run one at a time.
@@ -26,6 +32,7 @@ function(kinora_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "PLACES;IDENTITIES;MEDIA" "" "SOURCES;LINK;LABELS")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gmock_main kinora_flags)
+  target_precompile_headers(${name} REUSE_FROM test_headers)
   target_compile_definitions(${name} PRIVATE
     KINORA_SOURCE_DIR="${PROJECT_SOURCE_DIR}" KINORA_BUILD_DIR="${PROJECT_BINARY_DIR}")
   if(arg_MEDIA)

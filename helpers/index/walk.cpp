@@ -141,6 +141,8 @@ class Walker {
   void Take(size_t place, bool listed) {
     const IndexTrack& track = tracks_[place];
     const bool anchor = static_cast<int>(place) == film_.anchor;
+    // The file ends in the middle of it: the film ends before.
+    if (listed && (packet_->flags & AV_PKT_FLAG_CORRUPT) != 0) return;
     if ((packet_->flags & AV_PKT_FLAG_DISCARD) != 0 && !Primes(track)) {
       hidden_ = hidden_ || anchor;
       return;

@@ -31,9 +31,12 @@ std::array<uint8_t, kTransportPacket> NullPacket() {
   return packet;
 }
 
+// How WriteOut says that the fragment takes no more.
+constexpr int kTakesNoMore = AVERROR(EIO);
+
 void Check(int code) {
-  if (code < 0)
-    throw Failure(code == AVERROR(ENOMEM) ? kUnreadable : kNoOutput, "the fragment cannot be written");
+  if (code == kTakesNoMore) throw Failure(kNoOutput, "the fragment cannot be written");
+  if (code < 0) throw Failure(kUnreadable, "the film cannot be put into a transport stream");
 }
 
 }  // namespace
@@ -62,7 +65,7 @@ int TransportWriter::WriteOut(void* opaque, uint8_t* bytes, int size) {
     static_cast<TransportWriter*>(opaque)->WriteAll(bytes, static_cast<size_t>(size));
     return size;
   } catch (const Failure&) {
-    return AVERROR(EIO);
+    return kTakesNoMore;
   }
 }
 
@@ -120,10 +123,17 @@ void TransportWriter::Write(size_t track, AVPacket& packet) {
   packet.duration = 0;
   packet.pos = -1;
   packet.stream_index = static_cast<int>(stream);
-  Check(av_interleaved_write_frame(context_, &packet));
+  const int code = av_interleaved_write_frame(context_, &packet);
+  if (code == AVERROR_INVALIDDATA) {
+    ++refused_;
+    return;
+  }
+  Check(code);
+  ++written_;
 }
 
 void TransportWriter::Finish() {
+  if (refused_ > 0 && written_ == 0) Check(AVERROR_INVALIDDATA);
   Check(av_write_trailer(context_));
   avio_flush(context_->pb);
   Check(context_->pb->error);

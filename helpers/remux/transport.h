@@ -13,7 +13,7 @@
 namespace kinora::helper {
 
 // Media time 0 is the presentation time 90000; every picture and every frame of sound is a packet of its own.
-// All operations throw Failure when the descriptor takes no more.
+// All operations throw Failure when the descriptor takes no more, or the film is damaged beyond use.
 class TransportWriter {
  public:
   TransportWriter(const FilmIndex& film, const Selection& selection, int descriptor);
@@ -22,8 +22,10 @@ class TransportWriter {
   TransportWriter& operator=(const TransportWriter&) = delete;
 
   // `track` is one of the selection's; the packet's times are in its time base. Takes what the packet holds.
+  // One that is damaged so much that no transport stream takes it is left out: the film goes on behind it.
   void Write(size_t track, AVPacket& packet);
-  // Ends the stream and marks it as whole: the last packet carries nothing.
+  // Ends the stream and marks it as whole: the last packet carries nothing. A stream of which everything had
+  // to be left out is none.
   void Finish();
 
  private:
@@ -37,6 +39,8 @@ class TransportWriter {
   AVFormatContext* context_ = nullptr;
   std::vector<size_t> tracks_;     // of each stream
   std::vector<int64_t> last_dts_;  // of each stream
+  size_t written_ = 0;             // packets
+  size_t refused_ = 0;
 };
 
 }  // namespace kinora::helper

@@ -4,17 +4,41 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 
+#include "helpers/common/exit_codes.h"
 #include "platform/base/descriptor.h"
 #include "tests/unit/helpers/box_file.h"
+#include "tests/unit/helpers/copying.h"
 #include "tests/unit/helpers/helper_process.h"
 
 namespace kinora::helper {
 namespace {
 
 constexpr double kSoon = 5.0;  // of processor time; a second is usual for the worst of them
+constexpr int kMostCuttingPrograms = 4;
 constexpr int64_t kFiveGigabytes = 5'000'000'000;
+
+// A fixed sequence, so that a failure can be repeated.
+class Chance {
+ public:
+  explicit Chance(uint32_t seed) : state_(seed) {}
+  uint32_t Next() { return state_ = state_ * 1664525 + 1013904223; }
+
+ private:
+  uint32_t state_;
+};
+
+// That many bytes changed, none of them behind `end`.
+std::string Damaged(std::string bytes, uint32_t seed, int changes, size_t end) {
+  Chance chance(seed);
+  for (int i = 0; i < changes; ++i) {
+    const uint32_t drawn = chance.Next();
+    bytes[(drawn >> 2) % std::min(bytes.size(), end)] = static_cast<char>(drawn >> 24);
+  }
+  return bytes;
+}
 
 // The processor time of the children that have ended: unlike the clock it tells the same on a busy machine.
 double SecondsOfChildren() {
@@ -41,12 +65,31 @@ class Bomb : public testing::Test {
     EXPECT_EQ(ended.status == 0, ended.errors.empty());
   }
 
-  static void ExpectAnswersSoon(const std::string& file) {
+  static void ExpectALookSoon(const std::string& file) {
     SCOPED_TRACE(file);
     const double before = SecondsOfChildren();
     ExpectAnswer(Probe(file));
     ExpectAnswer(TakePicture(file, 320));
     EXPECT_LT(SecondsOfChildren() - before, 2 * kSoon);
+  }
+
+  // Looked at, cut, and copied.
+  void ExpectAnswersSoon(const std::string& file) const {
+    ExpectALookSoon(file);
+    SCOPED_TRACE(file);
+    const double before = SecondsOfChildren();
+    ExpectNoCrashOf(CutAndCopy(file, folder_));
+    EXPECT_LT(SecondsOfChildren() - before, kMostCuttingPrograms * kSoon);
+  }
+
+  // A part of the film, or the word that there is none; and no track where there is no picture, since the
+  // sound may be any.
+  static void ExpectNoCrashOf(const std::vector<Ended>& cutting) {
+    for (const Ended& ended : cutting) {
+      EXPECT_TRUE(ended.status == kDone || ended.status == kUsage || ended.status == kNoMedia ||
+                  ended.status == kUnreadable)
+          << ended.status << " " << ended.errors;
+    }
   }
 
   ScratchFolder folder_;
@@ -76,14 +119,37 @@ TEST_F(Bomb, CutOffFilesGetAnAnswer) {
 }
 
 TEST_F(Bomb, DamagedFilesGetAnAnswer) {
-  uint32_t state = 1;  // a fixed sequence, so that a failure can be repeated
   for (const char* name : {"h264_aac.mp4", "h264_ac3.mkv", "mpeg4_mp3.avi", "h264_aac.ts", "vp9_opus.webm"}) {
-    std::string bytes = ReadWhole(MediaFile(name));
-    for (int i = 0; i < 2000; ++i) {
-      state = state * 1664525 + 1013904223;
-      bytes[state % std::min<size_t>(bytes.size(), 200'000)] = static_cast<char>(state >> 24);
+    const std::string whole = ReadWhole(MediaFile(name));
+    ExpectAnswersSoon(Put(name, Damaged(whole, 1, 2000, 200'000)));
+    // Little enough for the damage to be met deep inside.
+    for (uint32_t seed = 2; seed < 6; ++seed) ExpectAnswersSoon(Put(name, Damaged(whole, seed, 40, 200'000)));
+    ExpectAnswersSoon(Put(name, Damaged(whole, 6, 20, 10'000)));
+  }
+}
+
+// The tables of the film, in front of it.
+TEST_F(Bomb, ATableThatIsDamagedOrCutOffGetsAnAnswer) {
+  const std::string whole = ReadWhole(MediaFile("h264_aac.mp4"));
+  const size_t tables = BoxAt(whole, {"moov"}).size();
+  for (uint32_t seed = 1; seed < 9; ++seed) {
+    ExpectAnswersSoon(Put("damaged.mp4", Damaged(whole, seed, 10, tables)));
+  }
+  for (size_t part = 1; part < 8; ++part)
+    ExpectAnswersSoon(Put("cut.mp4", whole.substr(0, tables * part / 8)));
+}
+
+// Every time in them is a division by zero, or one by a lie.
+TEST_F(Bomb, ClocksThatDoNotTickGetAnAnswer) {
+  const std::string film = ReadWhole(MediaFile("moov_last.mp4"));
+  const std::vector<std::vector<std::string>> heads = {{"moov", "mvhd"}, {"moov", "trak", "mdia", "mdhd"}};
+  constexpr size_t kScale = 12;  // where it stands in both of them
+  for (const std::vector<std::string>& path : heads) {
+    for (const uint32_t scale : {0U, 1U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+      std::string head = BoxAt(film, path);
+      head.replace(kScale, 4, BigEndian32(scale));
+      ExpectAnswersSoon(Put(path.back() + std::to_string(scale) + ".mp4", WithBox(film, path, head)));
     }
-    ExpectAnswersSoon(Put(name, bytes));
   }
 }
 
@@ -150,7 +216,7 @@ TEST_F(Bomb, AFileOfFiveGigabytesCostsLittle) {
     SCOPED_TRACE(name);
     const std::string file = Put(name, ReadWhole(MediaFile(name)));
     if (::truncate(file.c_str(), kFiveGigabytes) != 0) GTEST_SKIP() << "no sparse files here";
-    ExpectAnswersSoon(file);
+    ExpectALookSoon(file);
     const Ended ended = Probe(file);
     ASSERT_EQ(ended.status, 0) << ended.errors;
     EXPECT_EQ(Parse(ended.output)["size"].asInt64(), kFiveGigabytes);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <sstream>
 
 #include "helpers/common/exit_codes.h"
 #include "platform/engine/film_cuts.h"
@@ -283,6 +284,16 @@ TEST_F(RemuxFault, AFilmThatBecameShorterGivesNoFragment) {
   }
 }
 
+// Where the pictures of an MP4 film lie in the file.
+std::vector<size_t> PlacesOfPictures(const std::string& film) {
+  const Ended ended = RunProgram({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
+                                  "packet=pos", "-of", "csv=p=0", film});
+  std::vector<size_t> places;
+  std::istringstream lines(ended.output);
+  for (size_t place = 0; lines >> place;) places.push_back(place);
+  return places;
+}
+
 // Without its end a Matroska film has lost its index: what the demuxer has met by chance is not taken for
 // one.
 class CutOffFilm : public testing::TestWithParam<std::tuple<const char*, int>> {};
@@ -323,6 +334,50 @@ INSTANTIATE_TEST_SUITE_P(Films, CutOffFilm,
                            std::replace(name.begin(), name.end(), '.', '_');
                            return name + "_" + std::to_string(std::get<1>(row.param));
                          });
+
+// Tables in front of a film that came through in part: its last pictures are there by halves.
+TEST_F(RemuxFault, AFilmThatEndsBeforeItsTablesSayIsCopiedUpToItsEnd) {
+  const std::string whole = ReadWhole(MediaFile("h264_aac.mp4"));
+  for (const size_t percent : {20U, 50U, 51U, 70U, 99U}) {
+    film_ = folder_.File("half.mp4");
+    WriteWhole(film_, whole.substr(0, whole.size() * percent / 100));
+    index_ = MakeIndex(film_, folder_.File("index"));
+    ASSERT_EQ(index_.status, kDone) << percent;
+    ASSERT_EQ(index_.line["trouble"].asString(), "") << percent;
+    std::vector<std::string> files;
+    for (size_t n = 0; n < index_.Fragments(); ++n) {
+      files.push_back(folder_.File(std::to_string(n) + ".ts"));
+      ASSERT_EQ(RemuxFragment(film_, index_, n, "0", "1", files.back()), kDone) << percent << " " << n;
+    }
+    size_t pictures = 0;
+    for (const std::vector<Copied>& packets : PacketsOf(files, {"v:0"})) pictures += packets.size();
+    EXPECT_NEAR(static_cast<double>(pictures), 5.0 * static_cast<double>(percent), 25) << "of five hundred";
+  }
+}
+
+TEST_F(RemuxFault, ADamagedPictureIsLeftOut) {
+  film_ = folder_.File("damaged.mp4");
+  std::string bytes = ReadWhole(MediaFile("h264_aac.mp4"));
+  index_ = MakeIndex(MediaFile("h264_aac.mp4"), folder_.File("index"));
+  ASSERT_EQ(index_.status, kDone);
+  const auto pictures = [&] {
+    WriteWhole(film_, bytes);
+    EXPECT_EQ(Try(0), kDone);
+    return PacketsOf({folder_.File("part.ts")}, {"v:0"})[0].size();
+  };
+  const std::vector<size_t> places = PlacesOfPictures(MediaFile("h264_aac.mp4"));
+  const size_t all = pictures();
+  ASSERT_GT(all, 100U);
+  // The picture's first unit claims to be longer than the picture.
+  bytes.replace(places.at(30), 4, std::string(4, '\x7F'));
+  EXPECT_EQ(pictures(), all - 1);
+  EXPECT_TRUE(IsMarkedWhole());
+  for (const size_t place : places) bytes.replace(place, 4, std::string(4, '\x7F'));
+  WriteWhole(film_, bytes);
+  EXPECT_EQ(RemuxFragment(film_, index_, 0, "0", "-", folder_.File("part.ts")), kUnreadable)
+      << "nothing is left";
+  EXPECT_FALSE(IsMarkedWhole());
+}
 
 TEST_F(RemuxFault, AnotherFilmUnderItsNameGivesNoFragment) {
   Take("pyramid.mkv");

@@ -30,10 +30,27 @@ using base::Descriptor;
 constexpr char kUnit[] = "engine/housekeeping";
 constexpr int64_t kHour = int64_t{3600} * 1'000'000'000;
 
+Descriptor OpenRun(int work, const std::string& name) {
+  if (!name.starts_with(kRunPrefix)) return {};
+  return Descriptor(::openat(work, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+bool IsFileOrGone(int folder, const std::string& name) {
+  struct stat status {};
+  return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 || S_ISREG(status.st_mode);
+}
+
 bool HoldsFilesOnly(int folder) {
-  return std::ranges::all_of(NamesIn(folder), [folder](const std::string& name) {
-    struct stat status {};
-    return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 || S_ISREG(status.st_mode);
+  return std::ranges::all_of(NamesIn(folder),
+                             [folder](const std::string& name) { return IsFileOrGone(folder, name); });
+}
+
+// Files, and what a job left that was killed together with its machine.
+bool HoldsWorkOnly(int work) {
+  return std::ranges::all_of(NamesIn(work), [work](const std::string& name) {
+    if (IsFileOrGone(work, name)) return true;
+    const Descriptor run = OpenRun(work, name);
+    return run && HoldsFilesOnly(run.Get());
   });
 }
 
@@ -46,7 +63,7 @@ std::optional<int64_t> LastUseOfIdle(int parent, const std::string& id, const st
     if (::fstatat(folder.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
     if (name == kStreamWorkFolder && S_ISDIR(status.st_mode)) {
       const Descriptor work = OpenWorkFolder(folder.Get());
-      if (!work || !HoldsFilesOnly(work.Get()) || HasJob(work.Get())) return std::nullopt;
+      if (!work || !HoldsWorkOnly(work.Get()) || HasJob(work.Get())) return std::nullopt;
     } else if (!S_ISREG(status.st_mode)) {
       return std::nullopt;
     }
@@ -62,11 +79,19 @@ bool RemoveFilesIn(int folder) {
   return removed;
 }
 
+bool RemoveWorkIn(int work) {
+  for (const std::string& name : NamesIn(work)) {
+    const Descriptor run = OpenRun(work, name);
+    if (run && (!RemoveFilesIn(run.Get()) || ::unlinkat(work, name.c_str(), AT_REMOVEDIR) != 0)) return false;
+  }
+  return RemoveFilesIn(work);
+}
+
 bool RemoveFolder(int parent, const std::string& id) {
   const Descriptor folder = OpenOwnFolder(parent, id);
   if (!folder) return false;
   const Descriptor work = OpenWorkFolder(folder.Get());
-  if (work && (!RemoveFilesIn(work.Get()) || ::unlinkat(folder.Get(), kStreamWorkFolder, AT_REMOVEDIR) != 0))
+  if (work && (!RemoveWorkIn(work.Get()) || ::unlinkat(folder.Get(), kStreamWorkFolder, AT_REMOVEDIR) != 0))
     return false;
   return RemoveFilesIn(folder.Get()) && ::unlinkat(parent, id.c_str(), AT_REMOVEDIR) == 0;
 }

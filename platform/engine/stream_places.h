@@ -12,6 +12,7 @@
 namespace kinora::engine {
 
 inline constexpr char kStreamWorkFolder[] = "work";
+inline constexpr char kRunPrefix[] = "run-";  // of the folders in it, one for each encoder (helpers/job)
 
 // Empty when it is not there, is no folder, or belongs to another account.
 base::Descriptor OpenOwnFolder(int parent, const std::string& name);

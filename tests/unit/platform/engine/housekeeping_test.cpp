@@ -114,6 +114,25 @@ TEST_F(HousekeepingTest, RemovesAllThatAStreamHolds) {
   EXPECT_FALSE(IsThere("HLS", id));
 }
 
+// A run's folder is left where a job was killed; after a loss of power there is not even a link.
+TEST_F(HousekeepingTest, RemovesWhatAKilledJobHasLeft) {
+  for (const bool linked : {true, false}) {
+    const std::string id = Open("HLS");
+    const fs::path run = Folder("HLS", id) / "work/run-4711";
+    fs::create_directories(run);
+    for (const char* name : {"3.ts", "4.ts.tmp", "job.json"}) Put(run / name);
+    AgeAll(Folder("HLS", id), 13h);
+    if (!linked) fs::remove(Link("HLS", id));
+    SweepTwice();
+    EXPECT_FALSE(fs::exists(Folder("HLS", id))) << linked;
+  }
+  const std::string odd = Open("HLS");
+  fs::create_directories(Folder("HLS", odd) / "work/run-4711/season");
+  AgeAll(Folder("HLS", odd), 13h);
+  SweepTwice();
+  EXPECT_TRUE(IsThere("HLS", odd)) << "no job makes folders there";
+}
+
 TEST_F(HousekeepingTest, KeepsAStreamWithAnyFreshSignOfUse) {
   for (const char* name : {"access_status", "plan.json", "owner"}) {
     const std::string id = Open("HLS");

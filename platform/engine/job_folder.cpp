@@ -16,6 +16,7 @@
 #include "platform/base/descriptor.h"
 #include "platform/base/file_time.h"
 #include "platform/engine/job_lock.h"
+#include "platform/engine/stream_places.h"
 
 namespace kinora::engine {
 namespace {
@@ -110,6 +111,14 @@ std::optional<LastJob> ReadLastJob(const StreamFolder& folder) {
   std::optional<JobRecord> record = ReadJobRecord(folder);
   if (!record) return std::nullopt;
   return LastJob{std::move(*record), AgeOf(folder.WorkPath(kRecord)).value_or(0)};
+}
+
+void DropRuns(const StreamFolder& folder) {
+  std::error_code error;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder.WorkPath("."), error)) {
+    std::error_code ignored;  // the encoder may be writing: whoever waits for the job comes again
+    if (entry.path().filename().native().starts_with(kRunPrefix)) fs::remove_all(entry.path(), ignored);
+  }
 }
 
 void WriteJobRecord(const StreamFolder& folder, const JobRecord& record) {

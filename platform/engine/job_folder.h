@@ -31,6 +31,8 @@ bool IsJobWaitedFor(const StreamFolder& folder);
 bool IsJobRunning(const StreamFolder& folder);
 std::optional<JobRecord> ReadJobRecord(const StreamFolder& folder);
 std::optional<LastJob> ReadLastJob(const StreamFolder& folder);
+// Removes the folders in which encoders write; a job whose own is gone ends.
+void DropRuns(const StreamFolder& folder);
 // Throws std::system_error.
 void WriteJobRecord(const StreamFolder& folder, const JobRecord& record);
 

@@ -169,7 +169,8 @@ FragmentOutcome StartJob(const StreamFolder& folder, const StreamPlan& plan, con
 }
 
 // Politely first, so that it takes its unfinished files away. A supervisor that has just been started may not
-// have said yet who it is.
+// have said yet who it is. One whose record somebody has torn is not to be found: it ends when its run's
+// folder goes.
 bool EndRunningJob(const StreamFolder& folder) {
   const Clock::time_point begin = Clock::now();
   std::optional<ProcessMark> asked;
@@ -180,6 +181,7 @@ bool EndRunningJob(const StreamFolder& folder) {
       return false;
     }
     const std::optional<JobRecord> record = ReadJobRecord(folder);
+    if (!record) DropRuns(folder);
     if (record && record->supervisor.pid != 0) {
       if (waited > kPoliteness) {
         SignalSupervisor(*record, SIGKILL);

@@ -148,6 +148,21 @@ TEST_F(JobTest, IsNotFooledByATornRecord) {
   EXPECT_EQ(Prepare1(0), FragmentOutcome::kReady);
 }
 
+TEST_F(JobTest, EndsAndIsFollowedAlsoWhenItsRecordIsTorn) {
+  Settings("run_ahead_seconds=\"10\"\n");
+  for (const std::string& text : {std::string(), std::string("{\"version\":1,"), std::string(4096, '\0')}) {
+    ASSERT_EQ(Prepare1(0), FragmentOutcome::kReady);
+    ASSERT_TRUE(Eventually([this] { return LookAtJob(Folder()).stopped; }));
+    const JobRecord job = Record();
+    WriteText(Folder().WorkPath("job.json"), text);
+    EXPECT_TRUE(EndJob(Folder()));
+    EXPECT_FALSE(IsProcess(job.encoder.pid));
+    EXPECT_THAT(Leftovers(), IsEmpty());
+    for (const int n : PresentFragments(Folder())) fs::remove(FragmentPath(Folder(), n));
+  }
+  EXPECT_EQ(Prepare1(0), FragmentOutcome::kReady);
+}
+
 TEST_F(JobTest, EndsWhenAskedTo) {
   Settings("run_ahead_seconds=\"10\"\n");
   ASSERT_EQ(Prepare1(0), FragmentOutcome::kReady);

@@ -35,7 +35,8 @@ constexpr char kProgram[] = "libexec/kinora-remux";
 constexpr int kMediaDescriptor = 3;
 constexpr int kFragmentDescriptor = 4;
 constexpr int kIndexDescriptor = 5;
-constexpr int kNoOutput = 74;          // how the helper ends when the fragment cannot be written
+constexpr int kUsage = 64;             // how the helper ends when it cannot use the index
+constexpr int kNoOutput = 74;          // and when the fragment cannot be written
 constexpr int64_t kSoundFragment = 6;  // seconds
 constexpr size_t kTransportPacket = 188;
 constexpr char kScratchSuffix[] = ".XXXXXX";
@@ -125,28 +126,46 @@ FragmentOutcome Judge(const ChildResult& result, const Part& part) {
   return no_output ? FragmentOutcome::kNoSpace : FragmentOutcome::kFailed;
 }
 
-FragmentOutcome Make(const SourceIdentity& source, const Part& part, const std::string& path) {
-  const base::Descriptor film = OpenSource(source);
-  if (!film) return FragmentOutcome::kGone;
-  std::string reason;
-  const std::optional<MediaIndex> index = IndexOf(source, reason);
-  if (!index || !index->file) {
-    base::Log(LOG_ERR, kUnit, "No index of [" + source.path + "]: " + reason);
-    return FragmentOutcome::kFailed;
-  }
-  Scratch scratch(path);
+// A helper that somebody killed, the kernel for want of memory perhaps, is given one more try.
+ChildResult Copy(int film, int index, const Part& part, const Scratch& scratch) {
   system::Command command;
   command.arguments = {system::InTarget(kProgram), part.start, part.end, part.video, part.audio};
-  command.descriptors = {{film.Get(), kMediaDescriptor},
-                         {scratch.File(), kFragmentDescriptor},
-                         {index->file.Get(), kIndexDescriptor}};
+  command.descriptors = {
+      {film, kMediaDescriptor}, {scratch.File(), kFragmentDescriptor}, {index, kIndexDescriptor}};
   command.limits = kLimits;
   ChildResult result = system::RunByZygote(system::kRemuxSocket, command);
   if (result.end == ChildResult::End::kNotStarted) result = system::RunChild(command);
-  // A helper that somebody killed, the kernel for want of memory perhaps, is given one more try.
-  if (result.end == ChildResult::End::kSignalled && result.status == SIGKILL) {
+  if (result.end != ChildResult::End::kSignalled || result.status != SIGKILL) return result;
+  scratch.Empty();
+  return system::RunChild(command);
+}
+
+// What is kept of the film may have been damaged on the disk.
+bool HasRefusedTheIndex(const ChildResult& result) {
+  return result.end == ChildResult::End::kExited && result.status == kUsage;
+}
+
+std::optional<MediaIndex> FindIndex(const SourceIdentity& source) {
+  std::string reason;
+  std::optional<MediaIndex> index = IndexOf(source, reason);
+  if (index && index->file) return index;
+  base::Log(LOG_ERR, kUnit, "No index of [" + source.path + "]: " + reason);
+  return std::nullopt;
+}
+
+FragmentOutcome Make(const SourceIdentity& source, const Part& part, const std::string& path) {
+  const base::Descriptor film = OpenSource(source);
+  if (!film) return FragmentOutcome::kGone;
+  std::optional<MediaIndex> index = FindIndex(source);
+  if (!index) return FragmentOutcome::kFailed;
+  Scratch scratch(path);
+  ChildResult result = Copy(film.Get(), index->file.Get(), part, scratch);
+  if (HasRefusedTheIndex(result)) {
+    ForgetIndex(source);
+    index = FindIndex(source);
+    if (!index) return FragmentOutcome::kFailed;
     scratch.Empty();
-    result = system::RunChild(command);
+    result = Copy(film.Get(), index->file.Get(), part, scratch);
   }
   const FragmentOutcome outcome = Judge(result, part);
   if (outcome != FragmentOutcome::kReady) return outcome;

@@ -1,7 +1,5 @@
 #include "contract/engine/http_live_stream.h"
 
-#include <sys/stat.h>
-
 #include "platform/base/log.h"
 #include "platform/engine/playlists.h"
 #include "platform/engine/stream_opening.h"
@@ -45,10 +43,12 @@ std::string HttpLiveStream::GetMainfest(const std::string& playlist_type,
   const auto folder = engine::StreamFolder::Open(state_->type, state_->stream_id);
   const std::optional<std::string> file = engine::PlaylistFile(playlist_type);
   if (!folder || !file) return "";
-  std::string path = folder->Path(*file);
-  struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return "";
-  return path;
+  const std::optional<std::string> playlist = folder->Read(*file);
+  if (!playlist) return "";
+  if (engine::IsWholePlaylist(*playlist)) return folder->Path(*file);
+  kinora::base::Log(LOG_ERR, kUnit,
+                    "The playlist " + *file + " of the stream " + state_->stream_id + " is torn");
+  return "";
 }
 
 }  // namespace LibCrvnVTE

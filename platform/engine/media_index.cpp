@@ -175,6 +175,8 @@ std::optional<MediaIndex> IndexOf(const SourceIdentity& source, std::string& rea
   }
 }
 
+void ForgetIndex(const SourceIdentity& source) { ::unlink(FileOf(source).c_str()); }
+
 void KeepIndexesOf(const std::function<std::vector<std::string>()>& films) { kCache.KeepOnly(films); }
 
 }  // namespace kinora::engine

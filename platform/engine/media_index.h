@@ -31,6 +31,9 @@ struct MediaIndex {
 // scan that was killed is begun anew by who asks next.
 std::optional<MediaIndex> IndexOf(const SourceIdentity& source, std::string& reason);
 
+// Whoever asks next for the index of this state of the film gets a new one.
+void ForgetIndex(const SourceIdentity& source);
+
 // Removes the indexes of all films but those whose paths `films` gives (FilmCache::KeepOnly).
 void KeepIndexesOf(const std::function<std::vector<std::string>()>& films);
 

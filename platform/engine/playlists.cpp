@@ -249,6 +249,15 @@ std::vector<Playlist> MakePlaylists(const StreamPlan& plan, const StreamAddress&
   return playlists;
 }
 
+bool IsWholePlaylist(std::string_view text) {
+  constexpr std::string_view kHead = "#EXTM3U\n";
+  constexpr std::string_view kEnd = "#EXT-X-ENDLIST\n";
+  const bool bounded = text.starts_with(kHead) && text.ends_with('\n') && text.find('\0') == text.npos;
+  if (!bounded || text.ends_with(kEnd)) return bounded;
+  const size_t last_line = text.rfind('\n', text.size() - 2) + 1;
+  return text.find("#EXT-X-STREAM-INF:") != text.npos && text[last_line] != '#';
+}
+
 std::optional<std::string> PlaylistFile(std::string_view type) {
   if (type.empty() || type == kMaster) return FileOf(kMaster);
   if (type == kVideo) return FileOf(kVideo);

@@ -38,6 +38,10 @@ struct Playlist {
 // All playlists that the plan has.
 std::vector<Playlist> MakePlaylists(const StreamPlan& plan, const StreamAddress& address);
 
+// Whether the text is a playlist of ours from its beginning to its end: a disk may have kept a part of it. A
+// part of a master playlist that ends behind an address passes: it lacks alternatives, no more.
+bool IsWholePlaylist(std::string_view text);
+
 // The file of the playlist that is asked for as `type` (HttpLiveStream::GetMainfest); nothing for what is no
 // such type.
 std::optional<std::string> PlaylistFile(std::string_view type);

@@ -205,6 +205,25 @@ TEST_F(Copying, ATornIndexIsMadeAnew) {
   }
 }
 
+// The line for whoever plans is whole, what the helper wants is not.
+TEST_F(Copying, AnIndexThatIsTornBehindItsFirstLineIsMadeAnewForItsFragments) {
+  const StreamPlan plan = PlanFor(Film("pyramid.mp4"));
+  const StreamFolder folder = NewStream();
+  ASSERT_EQ(PrepareCopied(folder, plan, 1), FragmentOutcome::kReady);
+  const std::string fragment = ContentOf(folder.WorkPath("1.ts"));
+  const std::string index = IndexFile();
+  const std::string whole = ContentOf(index);
+  const size_t line = whole.find('\n') + 1;
+  for (const size_t length : {line, line + 1, line + 100, whole.size() - 1}) {
+    for (const bool zeros : {false, true}) {
+      WriteText(index, whole.substr(0, length) + std::string(zeros ? whole.size() - length : 0, '\0'));
+      fs::remove(folder.WorkPath("1.ts"));
+      EXPECT_EQ(PrepareCopied(folder, plan, 1), FragmentOutcome::kReady) << length << zeros;
+      EXPECT_EQ(ContentOf(folder.WorkPath("1.ts")), fragment) << length << zeros;
+    }
+  }
+}
+
 TEST_F(Copying, IndexesThatNobodyUsesGo) {
   PlanCopy(Film("pyramid.mkv"));
   const auto past = fs::file_time_type::clock::now() - std::chrono::hours(24 * 40);

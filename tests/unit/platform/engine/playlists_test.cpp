@@ -157,6 +157,20 @@ TEST(MediaPlaylist, NeverDriftsFromTheGrid) {
   EXPECT_NEAR(sum, boost::rational_cast<double>(plan.grid.End(fragments - 1)), 1e-6);
 }
 
+TEST(IsWholePlaylist, TellsAPlaylistFromAPartOfOne) {
+  for (const Playlist& playlist : MakePlaylists(Plan(Film()), StreamAddress(Url(), "stream"))) {
+    const std::string& text = playlist.text;
+    EXPECT_TRUE(IsWholePlaylist(text)) << playlist.name;
+    for (size_t length = 0; length + 1 < text.size(); ++length) {
+      const std::string part = text.substr(0, length);
+      const bool behind_an_address = length > 0 && part.ends_with('\n') && part.find("\nhttp") != part.npos;
+      const bool lacks_alternatives = playlist.name == "master.m3u8" && behind_an_address;
+      EXPECT_TRUE(lacks_alternatives || !IsWholePlaylist(part)) << playlist.name << " " << length;
+      EXPECT_FALSE(IsWholePlaylist(text.substr(0, length) + std::string(text.size() - length, '\0')));
+    }
+  }
+}
+
 TEST(PlaylistFile, IsThereForTheTypesAlone) {
   EXPECT_EQ(PlaylistFile(""), "master.m3u8");
   EXPECT_EQ(PlaylistFile("master"), "master.m3u8");

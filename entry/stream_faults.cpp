@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
 
@@ -61,7 +62,8 @@ StreamFaults FindAdaptiveFaults(const std::string& type, const std::string& stre
                            engine::IdentifySource(source.path) != source;
   const std::optional<engine::FragmentId> part = engine::ParseFragmentId(fragment);
   faults.part_unknown = !part || !plan->HasFragment(*part);
-  faults.volume_full = !engine::HasSpaceBelow(*folder, settings.free_space_floor);
+  faults.volume_full =
+      !engine::HasSpaceBelow(*folder, std::max(settings.free_space_floor, engine::kSpaceOfAFragment));
   if (plan->video == engine::VideoWay::kEncode && part && !part->audio_track) {
     LookAtEncoder(*folder, settings.jobs, faults);
   }

@@ -11,7 +11,10 @@ namespace kinora::engine {
 // of film in fragments, about. Bytes.
 inline constexpr uint64_t kSpaceOfAStream = 32ULL << 20;
 
-// Whether a volume has this much.
+// Where a fragment could not be made and there is less than this, it was for want of space. Bytes.
+inline constexpr uint64_t kSpaceOfAFragment = 8ULL << 20;
+
+// Whether a volume has room for a stream.
 bool HasSpaceForAStream();
 
 // Bytes on disk that the stream takes.

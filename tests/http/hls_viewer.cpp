@@ -87,7 +87,7 @@ std::vector<Playlist> HlsViewer::MediaPlaylists(const HlsStream& stream) const {
   return all;
 }
 
-std::vector<pid_t> EncodersIn(const fs::path& folder) {
+std::vector<pid_t> ProcessesIn(const fs::path& folder) {
   const auto holds = [&](const fs::path& process) {
     std::error_code error;  // it may end while it is looked at
     for (fs::directory_iterator number(process / "fd", error), end; !error && number != end;
@@ -99,10 +99,20 @@ std::vector<pid_t> EncodersIn(const fs::path& folder) {
   };
   std::vector<pid_t> found;
   for (const auto& entry : fs::directory_iterator("/proc")) {
-    std::string program;
-    std::ifstream(entry.path() / "comm") >> program;
-    if (program == "ffmpeg" && holds(entry.path())) found.push_back(std::stoi(entry.path().filename()));
+    const std::string name = entry.path().filename();
+    if (name.find_first_not_of("0123456789") == std::string::npos && holds(entry.path()))
+      found.push_back(std::stoi(name));
   }
+  return found;
+}
+
+std::vector<pid_t> EncodersIn(const fs::path& folder) {
+  std::vector<pid_t> found = ProcessesIn(folder);
+  std::erase_if(found, [](pid_t pid) {
+    std::string program;
+    std::ifstream("/proc/" + std::to_string(pid) + "/comm") >> program;
+    return program != "ffmpeg";
+  });
   return found;
 }
 

@@ -55,7 +55,9 @@ class HlsViewer {
   SignedIn who_;
 };
 
-// The ffmpeg processes that have the folder, or something in it, open; also when it has been removed.
+// The processes that have the folder, or something in it, open; also when it has been removed.
+std::vector<pid_t> ProcessesIn(const std::filesystem::path& folder);
+// Those of them that are ffmpeg.
 std::vector<pid_t> EncodersIn(const std::filesystem::path& folder);
 
 // How many streams there are in the workspace.

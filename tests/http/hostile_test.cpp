@@ -1,7 +1,9 @@
 // What strangers send: ids that are none, requests that are none.
 #include <gtest/gtest.h>
 
-#include "tests/http/house.h"
+#include <filesystem>
+
+#include "tests/http/hls_viewer.h"
 
 using namespace kinora::test;
 
@@ -98,6 +100,30 @@ TEST(HostileValues, AreRefusedInEveryOtherParameter) {
     ExpectRefusal(house.Send({"Catalog", "list", {{"sort", value}}, "GET", ann.sid}), "sort " + value);
     EXPECT_LT(house.Send({"Catalog", "list", {{"search", value}}, "GET", ann.sid}).status, 500) << value;
   }
+}
+
+TEST(HostileValues, AreRefusedByStreamsInFragments) {
+  const House house;
+  const HlsViewer ann(house, house.SignIn("ann"));
+  const HlsStream stream = ann.Open("h264_aac.mp4", "hls_remux");
+  const std::filesystem::path folder = std::filesystem::canonical(stream.Folder());
+  const auto files = [&] {
+    return std::distance(std::filesystem::recursive_directory_iterator(folder),
+                         std::filesystem::recursive_directory_iterator());
+  };
+  EXPECT_EQ(ann.Get(ann.Address(stream, {{"fragment", "0"}})).status, 200);
+  const auto before = files();
+  for (const std::string& value : kHostile) {
+    if (value != "0") ExpectRefusal(ann.Get(ann.Address(stream, {{"fragment", value}})), "fragment " + value);
+    ExpectRefusal(ann.Get(ann.Address(stream, {{"playlist", value}})), "playlist " + value);
+    ExpectRefusal(ann.Get(ann.Address(stream, {{"id", value}})), "id " + value);
+    ExpectRefusal(ann.Get(ann.Address(stream, {{"id", value}, {"fragment", "0"}})), "id " + value);
+    ExpectRefusal(ann.Get(ann.Address(stream, {{"format", value}, {"fragment", "0"}})), "format " + value);
+    ExpectRefusal(ann.Close({value, stream.format}), "close " + value);
+  }
+  EXPECT_EQ(files(), before);
+  EXPECT_EQ(CountStreams(), 1U);
+  EXPECT_EQ(CodeOf(ann.Close(stream)), 0);
 }
 
 TEST(UnknownIds, HaveTheirOwnCodes) {

@@ -15,7 +15,7 @@
 
 namespace kinora::test {
 
-// Waits until the condition holds; false when it does not within 20 seconds.
+// Waits until the condition holds; false when it does not within a minute.
 bool Eventually(const std::function<bool()>& condition);
 
 // A program with its output in a file; ended with this object.

@@ -1,0 +1,199 @@
+// The process of one request is killed at its system calls while it opens a stream in fragments or makes one
+// of them: no half answer passes for a whole one, the next request does not notice, and what is left goes.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <set>
+
+#include "platform/engine/housekeeping.h"
+#include "platform/engine/job.h"
+#include "platform/system/places.h"
+#include "tests/faults/cgi.h"
+#include "tests/faults/long_film.h"
+#include "tests/http/hls_viewer.h"
+
+using namespace kinora::test;
+namespace engine = kinora::engine;
+namespace fs = std::filesystem;
+
+namespace {
+
+// Every call that leaves something behind, starts something or changes who this is.
+constexpr char kCalls[] =
+    "openat,write,pwrite64,sendfile,rename,link,unlink,unlinkat,mkdir,symlink,symlinkat,ftruncate,fchmod,"
+    "fsync,"
+    "fdatasync,utimensat,flock,clone,clone3,vfork,setresuid,setresgid,capset";
+constexpr size_t kUsualKills = 12;  // of one kind of request, spread over its calls
+
+constexpr char kCopied[] = "h264_aac.mp4";
+constexpr char kSound[] = "h264_ac3.mkv";  // its sound is a rendition of its own, encoded
+constexpr char kEncoded[] = "encode_25.mkv";
+
+struct Point {
+  std::string name;  // of the call
+  int number = 0;    // which one of that name
+};
+
+// The calls at which the request is killed: all of them, or as many as there is time for. What the loader
+// opens does not differ from one request to the next.
+std::vector<Point> PointsOf(const Call& call) {
+  std::map<std::string, int> counts;
+  std::vector<Point> points;
+  bool own = IsLong();
+  for (const std::string& line : CallsMadeBy(call, kCalls)) {
+    const std::string name = line.substr(0, line.find('('));
+    if (name == line) continue;  // how it ended
+    own = own || line.find("kinora.conf") != std::string::npos;
+    const int number = ++counts[name];
+    if (own) points.push_back({name, number});
+  }
+  if (IsLong() || points.size() <= kUsualKills) return points;
+  std::vector<Point> few;
+  for (size_t i = 0; i < kUsualKills; ++i) few.push_back(points[i * (points.size() - 1) / (kUsualKills - 1)]);
+  return few;
+}
+
+struct Film {
+  const char* file;
+  const char* format;
+  const char* fragment;
+};
+void PrintTo(const Film& film, std::ostream* out) {
+  *out << film.fragment << " of " << film.file << " as " << film.format;
+}
+
+class HlsKill : public testing::TestWithParam<Film> {
+ protected:
+  void SetUp() override {
+    if (!CanTrace()) GTEST_SKIP() << "programs cannot be traced here";
+    house_ = std::make_unique<House>(std::vector<std::string>{GetParam().file});
+    ann_ = std::make_unique<HlsViewer>(*house_, house_->SignIn("ann"));
+    share_ = DigestOf(house_->Share());
+  }
+
+  // `succeeded` says whether the answer, which is whole, is the right one. `prepare` comes before each run.
+  void AtItsCalls(const Call& call, const std::function<bool(const CgiRun&)>& succeeded,
+                  const std::function<void()>& prepare) {
+    prepare();
+    const std::vector<Point> points = PointsOf(call);
+    ASSERT_GE(points.size(), 10U);
+    size_t kills = 0;
+    for (const Point& point : points) {
+      prepare();
+      const std::string where = point.name + " " + std::to_string(point.number);
+      const CgiRun run = RunCgi(call, {KilledAt(point.name, point.number), {}});
+      kills += run.Killed() ? 1 : 0;
+      EXPECT_TRUE(!run.Whole() || run.reply.status != 200 || succeeded(run)) << where;
+      const CgiRun again = RunCgi(call);
+      EXPECT_TRUE(again.Whole() && succeeded(again)) << where << again.output.substr(0, 500) << again.errors;
+      if (HasFailure()) return;
+    }
+    // A few calls are not made every time.
+    EXPECT_GE(kills, points.size() / 2);
+  }
+
+  void ExpectNothingChanged() const {
+    EXPECT_EQ(DigestOf(house_->Share()), share_);
+    EXPECT_EQ(CodeOf(house_->Send({"Session", "whoami", {}, "GET", ann_->Who().sid})), 0);
+  }
+
+  std::unique_ptr<House> house_;
+  std::unique_ptr<HlsViewer> ann_;
+  std::string share_;
+};
+
+class HlsOpenKill : public HlsKill {};
+INSTANTIATE_TEST_SUITE_P(Ways, HlsOpenKill,
+                         testing::Values(Film{kCopied, "hls_remux", ""}, Film{kEncoded, "hls", ""}),
+                         [](const auto& instance) { return std::string(instance.param.format); });
+
+class HlsFragmentKill : public HlsKill {};
+INSTANTIATE_TEST_SUITE_P(Ways, HlsFragmentKill,
+                         testing::Values(Film{kCopied, "hls_remux", "0"}, Film{kSound, "hls_remux", "a1_0"},
+                                         Film{kEncoded, "hls", "0"}),
+                         [](const auto& instance) {
+                           return std::string(instance.param.format) + "_" + instance.param.fragment;
+                         });
+
+std::vector<std::string> StreamsInTheWorkspace() {
+  std::vector<std::string> ids;
+  for (const auto& entry : fs::directory_iterator(fs::path(kinora::system::kWorkspace) / "HLS"))
+    ids.push_back(entry.path().filename());
+  return ids;
+}
+
+// As if nobody had touched them for a day.
+void Age(const fs::path& folder) {
+  const auto past = fs::file_time_type::clock::now() - std::chrono::hours(24);
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) fs::last_write_time(entry.path(), past);
+  fs::last_write_time(folder, past);
+}
+
+}  // namespace
+
+TEST_P(HlsOpenKill, AtItsCallsOpensNothingHalf) {
+  const std::string film = std::to_string(house_->FilmId(ann_->Who(), GetParam().file));
+  const Call call{"Stream", "open",          {{"id", film}, {"format", GetParam().format}},
+                  "POST",   ann_->Who().sid, ann_->Who().token};
+  std::set<std::string> opened;
+  AtItsCalls(
+      call,
+      [&](const CgiRun& run) {
+        const std::string id = ParseJson(run.reply.body)["result"]["stream_id"].asString();
+        if (!id.empty()) opened.insert(id);
+        return !id.empty();
+      },
+      [] { fs::remove_all(kinora::system::kIndexCache); });
+  for (const std::string& id : opened) {
+    const HlsStream stream{id, GetParam().format};
+    EXPECT_EQ(ann_->Get(ann_->Address(stream, {})).status, 200) << id;
+    EXPECT_EQ(CodeOf(ann_->Close(stream)), 0) << id;
+  }
+  // What was opened half: it plays if its owner is known, has no answer if not, and goes in time.
+  for (const std::string& id : StreamsInTheWorkspace()) {
+    const HlsStream stream{id, GetParam().format};
+    const int status = ann_->Get(ann_->Address(stream, {})).status;
+    EXPECT_TRUE(status == 404 || status == 200) << id << " " << status;
+    EXPECT_EQ(ProcessesIn(stream.Folder()), std::vector<pid_t>()) << id;
+    if (fs::exists(stream.Folder())) Age(fs::canonical(stream.Folder()));
+  }
+  engine::Housekeeping housekeeping;
+  housekeeping.Sweep();
+  housekeeping.Sweep();
+  EXPECT_EQ(StreamsInTheWorkspace(), std::vector<std::string>());
+  ExpectNothingChanged();
+}
+
+TEST_P(HlsFragmentKill, AtItsCallsMakesTheNextOneGiveIt) {
+  const HlsStream stream = ann_->Open(GetParam().file, GetParam().format);
+  const fs::path folder = fs::canonical(stream.Folder());
+  const Call call{"Stream",
+                  "stream",
+                  {{"id", stream.id}, {"format", stream.format}, {"fragment", GetParam().fragment}},
+                  "GET",
+                  ann_->Who().sid};
+  const auto forget = [&] {
+    EXPECT_TRUE(engine::EndJob(engine::StreamFolder::Open("HLS", stream.id).value()));
+    for (const auto& entry : fs::directory_iterator(folder / "work")) {
+      if (entry.path().extension() == ".ts") fs::remove(entry.path());
+    }
+  };
+  const std::string whole = RunCgi(call).reply.body;
+  ASSERT_GT(whole.size(), 10'000U);
+  const bool encoded = std::string(GetParam().format) == "hls";
+  AtItsCalls(
+      call,
+      [&](const CgiRun& run) {
+        const std::string& body = run.reply.body;
+        if (!encoded) return body == whole;
+        return body.starts_with('G') && body.size() % 188 == 0;
+      },
+      forget);
+  EXPECT_EQ(CountStreams(), 1U);
+  EXPECT_EQ(CodeOf(ann_->Close(stream)), 0);
+  EXPECT_TRUE(Eventually([&] { return ProcessesIn(folder).empty(); }));
+  EXPECT_FALSE(fs::exists(folder)) << "with what was being written";
+  ExpectNothingChanged();
+}

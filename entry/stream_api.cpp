@@ -18,10 +18,12 @@
 #include "library/video.h"
 #include "library/vte/chromecast_record.h"
 #include "library/vte/streamer_dispatch.h"
+#include "platform/engine/look.h"
 
 namespace kinora::entry {
 namespace {
 
+using crvnkn::webapi::vte::OpenArgument;
 using crvnkn::webapi::vte::Streamer;
 
 constexpr char kUnit[] = "entry/stream_api";
@@ -55,6 +57,18 @@ void RecordOwnerOrClose(const std::string& id, const std::string& format, int ac
   }
 }
 
+Answer OpenedStreamAnswer(const Context& context, const OpenArgument& argument) {
+  const crvnkn::webapi::vte::StreamIniter opened = OpenInFormat(argument);
+  RecordOwnerOrClose(opened.stream_id, opened.stream_format, context.account.id);
+  if (argument.client == "chromecast") {
+    crvnkn::webapi::vte::RecordChromecastData(context.GetRequest().agent);
+  }
+  Json::Value result;
+  result["stream_id"] = opened.stream_id;
+  result["format"] = opened.stream_format;
+  return ResultAnswer(result);
+}
+
 // Whether a player may keep what it gets. Playlists hold the session's id; a fragment stays what it is.
 const char* CacheControl(const std::string& type, const std::string& fragment) {
   if (type == "RAW") return "private";
@@ -64,21 +78,20 @@ const char* CacheControl(const std::string& type, const std::string& fragment) {
 }  // namespace
 
 std::optional<Answer> OpenStream(Context& context) {
-  crvnkn::webapi::vte::OpenArgument argument = MakeOpenArgument(context);
+  OpenArgument argument = MakeOpenArgument(context);
   context.CloseStore();
   crvnkn::webapi::AssertVideoAllowed(argument.id, static_cast<unsigned int>(context.account.id),
                                      context.GetRequest().Get("pin"));
   argument.CheckFilePath();
-  const crvnkn::webapi::vte::StreamIniter opened = OpenInFormat(argument);
-  RecordOwnerOrClose(opened.stream_id, opened.stream_format, context.account.id);
-  if (argument.client == "chromecast") {
-    crvnkn::webapi::vte::RecordChromecastData(context.GetRequest().agent);
+  try {
+    return OpenedStreamAnswer(context, argument);
+  } catch (const Error& error) {
+    if (error.Code() != crvnkn::webapi::kErrorFormatsUndetermined) throw;
+    // That nothing is known about the film may be for want of time.
+    if (!engine::ProbeFile(argument.file_path).busy) throw;
+    Log(LOG_WARNING, kUnit, "there was no time to look at [" + argument.file_path + "]");
+    return FailedStreamAnswer({.exhausted = true});
   }
-
-  Json::Value result;
-  result["stream_id"] = opened.stream_id;
-  result["format"] = opened.stream_format;
-  return ResultAnswer(result);
 }
 
 std::optional<Answer> SendStream(Context& context) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstring>
@@ -45,9 +46,12 @@ struct Answer {
   std::string output;
   std::string reason;
   bool asked = true;  // false: this machine could not start the helper just now
+  bool busy = false;  // nor let it come to its end, if it could
 };
 
-Answer Refusal(bool lasting, const std::string& reason) { return {false, lasting, "", reason, true}; }
+Answer Refusal(bool lasting, const std::string& reason) { return {false, lasting, "", reason}; }
+
+Answer BusyRefusal(const std::string& reason, bool asked) { return {false, false, "", reason, asked, true}; }
 
 // A FIFO or a device must not block or act when it is opened; whoever names one gets a refusal.
 Answer OpenFile(const std::string& path, base::Descriptor& file) {
@@ -56,9 +60,9 @@ Answer OpenFile(const std::string& path, base::Descriptor& file) {
   }
   file = base::Descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file) {
-    Answer refusal = Refusal(false, std::string("cannot be opened: ") + std::strerror(errno));
-    refusal.asked = errno != EMFILE && errno != ENFILE && errno != ENOMEM;
-    return refusal;
+    const bool busy = errno == EMFILE || errno == ENFILE || errno == ENOMEM;
+    const std::string reason = std::string("cannot be opened: ") + std::strerror(errno);
+    return busy ? BusyRefusal(reason, false) : Refusal(false, reason);
   }
   struct stat status {};
   if (::fstat(file.Get(), &status) != 0) return Refusal(false, std::strerror(errno));
@@ -75,7 +79,7 @@ std::string WhyNotStarted(const std::string& program) {
 Answer Judge(ChildResult result, const std::string& program) {
   switch (result.end) {
     case ChildResult::End::kExited:
-      if (result.status == 0) return {true, true, std::move(result.output), "", true};
+      if (result.status == 0) return {true, true, std::move(result.output), ""};
       if (result.status == kNoMedia)
         return Refusal(true, "no format of a film, or nothing in it to be shown");
       return Refusal(false,
@@ -83,7 +87,7 @@ Answer Judge(ChildResult result, const std::string& program) {
     case ChildResult::End::kSignalled:
       return Refusal(false, program + " was ended by signal " + std::to_string(result.status));
     case ChildResult::End::kDeadline:
-      return Refusal(false, program + " did not end in time");
+      return BusyRefusal(program + " did not end in time", true);
     case ChildResult::End::kOutputLimit:
       return Refusal(false, program + " said too much");
     case ChildResult::End::kNotStarted:
@@ -91,10 +95,9 @@ Answer Judge(ChildResult result, const std::string& program) {
   }
   const std::string reason = WhyNotStarted(program);
   base::Log(LOG_ERR, kUnit, reason);
-  Answer refusal = Refusal(false, reason);
   // A program that is there was held up by want of descriptors or processes.
-  refusal.asked = ::faccessat(AT_FDCWD, program.c_str(), X_OK, AT_EACCESS) != 0;
-  return refusal;
+  const bool there = ::faccessat(AT_FDCWD, program.c_str(), X_OK, AT_EACCESS) == 0;
+  return there ? BusyRefusal(reason, false) : Refusal(false, reason);
 }
 
 // A helper that somebody killed, the kernel for want of memory perhaps, is given one more try.
@@ -137,38 +140,47 @@ FileState StateOf(const std::string& path) {
           base::NanosecondsOf(status.st_ctim)};
 }
 
-// The last report: who opens a stream looks at its film twice within one request.
-class LastReport {
+// The last answer: who opens a stream looks at its film twice within one request, and, when it fails, asks
+// why.
+class LastProbe {
  public:
-  std::optional<Json::Value> Of(const FileState& file) {
+  std::optional<Probe> Of(const FileState& file) {
     const std::lock_guard<std::mutex> guard(mutex_);
     if (file.path.empty() || !(file == file_)) return std::nullopt;
-    return report_;
+    if (probe_.busy && Clock::now() - kept_ > kBusyFor) return std::nullopt;
+    return probe_;
   }
-  void Keep(const FileState& file, const Json::Value& report) {
+  void Keep(const FileState& file, const Probe& probe) {
     const std::lock_guard<std::mutex> guard(mutex_);
     file_ = file;
-    report_ = report;
+    probe_ = probe;
+    kept_ = Clock::now();
   }
 
  private:
+  using Clock = std::chrono::steady_clock;
+  static constexpr std::chrono::seconds kBusyFor{5};
+
   std::mutex mutex_;
   FileState file_;
-  Json::Value report_;
+  Probe probe_;
+  Clock::time_point kept_;
 };
 
 }  // namespace
 
 Probe ProbeFile(const std::string& path) {
-  static LastReport last;
+  static LastProbe last;
   const FileState state = StateOf(path);
-  if (std::optional<Json::Value> known = last.Of(state)) return {std::move(known), true, ""};
+  if (std::optional<Probe> known = last.Of(state)) return *std::move(known);
   const Answer answer = AskHelper(path, {system::InTarget(kProbeProgram)}, kProbeLimits);
-  if (!answer.given) return {std::nullopt, answer.lasting, answer.reason};
-  std::optional<Json::Value> report = ParseReport(answer.output);
-  if (!report) return {std::nullopt, false, "the probe's report cannot be read"};
-  if (StateOf(path) == state) last.Keep(state, *report);
-  return {std::move(report), true, ""};
+  Probe probe{std::nullopt, answer.lasting, answer.reason, answer.busy};
+  if (answer.given) {
+    probe.report = ParseReport(answer.output);
+    if (!probe.report) return {std::nullopt, false, "the probe's report cannot be read"};
+  }
+  if ((probe.report || probe.busy) && StateOf(path) == state) last.Keep(state, probe);
+  return probe;
 }
 
 media::LookResult LookAt(const std::string& path) {

@@ -17,7 +17,9 @@ struct Probe {
   std::optional<Json::Value> report;
   bool readable = false;  // false: the file, or the helper, failed us; another try later may succeed
   std::string reason;
+  bool busy = false;  // the machine had no time, memory or processes for it just now
 };
+// Who asks again at once gets the same answer.
 Probe ProbeFile(const std::string& path);
 
 // The same as the catalog wants it.

@@ -1,6 +1,7 @@
 #include "platform/engine/look.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -46,6 +47,22 @@ TEST_F(Look, LeavesTheSoundOfASilentFilmEmpty) {
   const media::LookResult result = LookAt(MediaFile("silent.mp4"));
   ASSERT_EQ(result.kind, Kind::kVideo);
   EXPECT_EQ(result.facts.audio_codec, "");
+}
+
+TEST_F(Look, TellsAFilmThatThereWereNoMeansToLookAtFromOneThatCannotBeRead) {
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit none{0, before.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &none);
+  const Probe probe = ProbeFile(MediaFile("moov_last.mp4"));
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_TRUE(probe.busy) << probe.reason;
+  EXPECT_FALSE(probe.report);
+  EXPECT_TRUE(ProbeFile(MediaFile("moov_last.mp4")).busy) << "asked again at once";
+  EXPECT_FALSE(ProbeFile(Put("text.mp4", "no film")).busy);
+  EXPECT_FALSE(ProbeFile(folder_ + "/missing.mp4").busy);
+  EXPECT_TRUE(ProbeFile(MediaFile("silent.mp4")).report);
+  EXPECT_TRUE(ProbeFile(MediaFile("moov_last.mp4")).report) << "another film has been looked at meanwhile";
 }
 
 TEST_F(Look, FindsNoFilmInWhatIsNone) {

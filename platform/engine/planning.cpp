@@ -67,11 +67,16 @@ std::variant<StreamPlan, Refusal> PlanStream(const SourceTraits& source, const S
   plan.profile = profile;
   const bool copies = CopiesVideo(profile);
   plan.video = source.video.track < 0 ? VideoWay::kNone : copies ? VideoWay::kCopy : VideoWay::kEncode;
-  auto sound = PlanSound(source, wishes, profile, copies);
+  auto sound = PlanSound(source, wishes, profile, {.copies = copies});
   if (auto* const planned = std::get_if<std::vector<AudioPlan>>(&sound)) plan.audio = std::move(*planned);
 
-  if (plan.Encodes()) {
-    if (std::optional<Refusal> refusal = WhyNothingIsEncoded(machine)) return *refusal;
+  const std::optional<Refusal> not_encoded = WhyNothingIsEncoded(machine);
+  if (not_encoded && plan.Encodes()) {
+    // Some of the tracks may do as they are.
+    auto copied = PlanSound(source, wishes, profile, {.copies = copies, .encodes = false});
+    auto* const planned = std::get_if<std::vector<AudioPlan>>(&copied);
+    if (plan.video == VideoWay::kEncode || planned == nullptr) return *not_encoded;
+    plan.audio = std::move(*planned);
   }
   if (!machine.space) return Refusal{kNoSpace, "no space for another stream"};
   if (const auto* const refusal = std::get_if<Refusal>(&sound)) return *refusal;

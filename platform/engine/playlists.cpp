@@ -13,6 +13,7 @@ namespace {
 constexpr char kMaster[] = "master";
 constexpr char kVideo[] = "video";
 constexpr char kAudioPrefix[] = "audio_";
+constexpr char kGroup[] = "sound";
 constexpr char kFileSuffix[] = ".m3u8";
 
 constexpr int64_t kMicro = 1'000'000;
@@ -93,8 +94,6 @@ std::string CodecString(const StreamPlan& plan, const AudioPlan& audio) {
   return "mp4a.40.2";
 }
 
-std::string GroupOf(const AudioPlan& audio) { return audio.codec; }
-
 std::string FileOf(const std::string& type) { return type + kFileSuffix; }
 std::string AudioType(const AudioPlan& audio) { return kAudioPrefix + std::to_string(audio.track); }
 
@@ -120,31 +119,29 @@ std::string MediaPlaylist(const SegmentGrid& grid, std::optional<int> audio_trac
 
 // ---- the master playlist ---------------------------------------------------------------------------------
 
+bool HasRenditions(const StreamPlan& plan) { return !plan.audio.empty() && !plan.SoundIsMuxed(); }
+
 std::string Rendition(const AudioPlan& audio, const StreamAddress& address) {
-  std::string line =
-      "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=" + Quoted(GroupOf(audio)) + ",NAME=" + Quoted(audio.name);
+  std::string line = "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=" + Quoted(kGroup) + ",NAME=" + Quoted(audio.name);
   if (!audio.language.empty()) line += ",LANGUAGE=" + Quoted(audio.language);
   line += audio.is_default ? ",DEFAULT=YES" : ",DEFAULT=NO";
   line += ",AUTOSELECT=YES,CHANNELS=\"" + std::to_string(audio.channels) + "\"";
   return line + ",URI=\"" + address.OfPlaylist(AudioType(audio)) + "\"\n";
 }
 
-// Of the group's most demanding track; `first` is one of them, or null.
-int64_t SoundBitrate(const StreamPlan& plan, const AudioPlan* first) {
+// Of the most demanding track.
+int64_t SoundBitrate(const StreamPlan& plan) {
   int64_t bitrate = 0;
-  for (const AudioPlan& audio : plan.audio) {
-    if (first == nullptr || GroupOf(audio) != GroupOf(*first)) continue;
+  for (const AudioPlan& audio : plan.audio)
     bitrate = std::max(bitrate, audio.bitrate > 0 ? audio.bitrate : kUnknownSoundBitrate);
-  }
   return bitrate;
 }
 
-// Of the picture and of all tracks of the group, each once.
-std::string Codecs(const StreamPlan& plan, const AudioPlan* first) {
+// Of the picture and of all tracks, each once.
+std::string Codecs(const StreamPlan& plan) {
   std::vector<std::string> codecs;
   if (plan.video != VideoWay::kNone) codecs.push_back(plan.picture.codec_string);
   for (const AudioPlan& audio : plan.audio) {
-    if (first == nullptr || GroupOf(audio) != GroupOf(*first)) continue;
     const std::string codec = CodecString(plan, audio);
     if (std::find(codecs.begin(), codecs.end(), codec) == codecs.end()) codecs.push_back(codec);
   }
@@ -175,43 +172,28 @@ std::string PictureAttributes(const StreamPlan& plan) {
   return attributes;
 }
 
-// One way to watch the film: the picture with the tracks of one group, of which `audio` is the first; null:
-// of a film without sound.
-std::string Variant(const StreamPlan& plan, const AudioPlan* audio, const StreamAddress& address) {
+std::string Variant(const StreamPlan& plan, const StreamAddress& address) {
   const bool pure_sound = plan.video == VideoWay::kNone;
-  const int64_t bandwidth = (PictureBitrate(plan) + SoundBitrate(plan, audio)) * kContainerPercent / 100;
+  const int64_t bandwidth = (PictureBitrate(plan) + SoundBitrate(plan)) * kContainerPercent / 100;
   std::string line = "#EXT-X-STREAM-INF:BANDWIDTH=" + std::to_string(bandwidth);
   if (plan.video == VideoWay::kCopy && plan.source.bitrate > 0)
     line += ",AVERAGE-BANDWIDTH=" + std::to_string(std::min(plan.source.bitrate, bandwidth));
-  line += ",CODECS=" + Quoted(Codecs(plan, audio));
+  line += ",CODECS=" + Quoted(Codecs(plan));
   if (!pure_sound) line += PictureAttributes(plan);
-  const bool renditions = audio != nullptr && !plan.SoundIsMuxed();
-  if (renditions) line += ",AUDIO=" + Quoted(GroupOf(*audio));
+  if (HasRenditions(plan)) line += ",AUDIO=" + Quoted(kGroup);
   // The address of the rendition itself, so that a player sees that they are the same.
-  return line + "\n" + address.OfPlaylist(pure_sound ? AudioType(*audio) : kVideo) + "\n";
+  return line + "\n" + address.OfPlaylist(pure_sound ? AudioType(*plan.DefaultAudio()) : kVideo) + "\n";
 }
 
-// The first track of each group, that of the default track in front: players start with the first variant,
-// and those that lack a codec have another one to choose.
-std::vector<const AudioPlan*> FirstOfGroups(const StreamPlan& plan) {
-  std::vector<const AudioPlan*> firsts;
-  if (const AudioPlan* const audio = plan.DefaultAudio()) firsts.push_back(audio);
-  for (const AudioPlan& audio : plan.audio) {
-    const bool known = std::any_of(firsts.begin(), firsts.end(),
-                                   [&](const AudioPlan* first) { return GroupOf(*first) == GroupOf(audio); });
-    if (!known) firsts.push_back(&audio);
-  }
-  if (firsts.empty()) firsts.push_back(nullptr);
-  return firsts;
-}
-
+// All tracks are one group, whatever their codecs: groups of one playlist must have the same members, and
+// players offer those of one group only. A group may mix codecs as long as CODECS names them all (RFC 8216,
+// 4.3.4.1.1).
 std::string MasterPlaylist(const StreamPlan& plan, const StreamAddress& address) {
   std::string text = "#EXTM3U\n#EXT-X-VERSION:4\n#EXT-X-INDEPENDENT-SEGMENTS\n";
-  if (!plan.SoundIsMuxed()) {
+  if (HasRenditions(plan)) {
     for (const AudioPlan& audio : plan.audio) text += Rendition(audio, address);
   }
-  for (const AudioPlan* const audio : FirstOfGroups(plan)) text += Variant(plan, audio, address);
-  return text;
+  return text + Variant(plan, address);
 }
 
 }  // namespace

@@ -27,12 +27,18 @@ bool IsPlainAac(const AudioTraits& audio) {
   return audio.codec == "aac" && IsOneOf(audio.profile, {"", "LC", "HE-AAC", "HE-AACv2"});
 }
 
-bool IsCopied(const AudioTraits& audio, const std::string& format, int most_channels, bool copies) {
+// `mp3` tells that MP3 goes out even if nobody has asked for it.
+bool IsCopied(const AudioTraits& audio, const std::string& format, int most_channels, bool copies, bool mp3) {
   if (audio.channels <= 0 || audio.frequency <= 0) return false;
   if (format == "ac3_copy" && IsOneOf(audio.codec, {"ac3", "eac3"})) return true;
   if (!copies || audio.channels > std::max(most_channels, kStereo)) return false;
   if (format == "mp3") return audio.codec == "mp3";
-  return IsPlainAac(audio) || (format != "aac" && audio.codec == "mp3");
+  return IsPlainAac(audio) || (format != "aac" && mp3 && audio.codec == "mp3");
+}
+
+bool IsMp3Alone(const SourceTraits& source) {
+  return std::all_of(source.audio.begin(), source.audio.end(),
+                     [](const AudioTraits& audio) { return audio.codec == "mp3"; });
 }
 
 bool CanBeEncoded(const AudioTraits& audio) {
@@ -77,10 +83,13 @@ std::string NameOf(const AudioTraits& audio, const std::string& language, size_t
 
 std::variant<std::vector<AudioPlan>, Refusal> PlanSound(const SourceTraits& source,
                                                         const StreamWishes& wishes,
-                                                        const media::TransProfile& profile, bool copies) {
+                                                        const media::TransProfile& profile,
+                                                        const SoundWays& ways) {
   if (!IsOneOf(wishes.audio_format, {"", "ac3_copy", "aac", "mp3"}))
     return Refusal{kAudioNotSupported, "no such audio format [" + wishes.audio_format + "]"};
   const bool can_copy = CanCopyFrom(source.container);
+  // Not every player changes from one codec to another when it changes tracks.
+  const bool mp3 = IsMp3Alone(source) || !ways.encodes;
   const std::string first = !wishes.audio_track.empty() ? wishes.audio_track
                             : source.audio.empty()      ? ""
                                                         : std::to_string(source.audio.front().track);
@@ -89,8 +98,9 @@ std::variant<std::vector<AudioPlan>, Refusal> PlanSound(const SourceTraits& sour
   bool heard = first.empty();
   for (size_t i = 0; i < source.audio.size(); ++i) {
     const AudioTraits& audio = source.audio[i];
-    const bool copied = can_copy && IsCopied(audio, wishes.audio_format, profile.audio_channels, copies);
-    if (!copied && !CanBeEncoded(audio)) continue;
+    const bool copied =
+        can_copy && IsCopied(audio, wishes.audio_format, profile.audio_channels, ways.copies, mp3);
+    if (!copied && !(ways.encodes && CanBeEncoded(audio))) continue;
     AudioPlan plan = copied ? Copied(audio) : Encoded(audio, wishes.audio_format, profile);
     plan.language = LanguageTag(audio.language);
     plan.name = NameOf(audio, plan.language, i + 1, names);

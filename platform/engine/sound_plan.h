@@ -10,11 +10,18 @@
 
 namespace kinora::engine {
 
+// What may be done to the sound.
+struct SoundWays {
+  bool copies = false;  // the video is copied too: then sound is copied wherever that serves
+  bool encodes = true;
+};
+
 // One entry for each track that can be heard, in the file's order, exactly one of them the default. Tracks
-// that cannot be decoded are left out; it is a refusal when that is the one to be heard first. `copies` tells
-// that the video is copied too: then sound is copied wherever that serves.
+// that cannot be decoded, or would have to be encoded where nothing is, are left out; it is a refusal when
+// that is the one to be heard first.
 std::variant<std::vector<AudioPlan>, Refusal> PlanSound(const SourceTraits& source,
                                                         const StreamWishes& wishes,
-                                                        const media::TransProfile& profile, bool copies);
+                                                        const media::TransProfile& profile,
+                                                        const SoundWays& ways);
 
 }  // namespace kinora::engine

@@ -17,11 +17,12 @@ const kNames = ["-metadata:s:a:0", "language=eng", "-metadata:s:a:0", "title=Ori
 
 export const kTones = [440, 880]; // Hertz, of the first and the second track
 
+// Of the copied film with two tracks the second is encoded: tracks of one film go out in one codec.
 const kFilms = {
   "copied picture.mkv": [...kPicture, ...tone(kTones[0]), ...kH264, "-c:a", "ac3", "-b:a", "96k"],
   "copied.mp4": [...kPicture, ...tone(kTones[0]), ...kH264, "-bf", "2", "-c:a", "aac", "-movflags", "+faststart"],
   "encoded.avi": [...kPicture, ...tone(kTones[0]), ...kMpeg2, "-c:a", "libmp3lame"],
-  "copied with two tracks.mkv": [...kPicture, ...tone(kTones[0]), ...tone(kTones[1]), ...kTwoTracks, ...kH264, "-c:a", "aac", ...kNames],
+  "copied with two tracks.mkv": [...kPicture, ...tone(kTones[0]), ...tone(kTones[1]), ...kTwoTracks, ...kH264, "-c:a:0", "aac", "-c:a:1", "libmp3lame", "-ac", "2", ...kNames],
   "encoded with two tracks.mkv": [...kPicture, ...tone(kTones[0]), ...tone(kTones[1]), ...kTwoTracks, ...kMpeg2, "-c:a", "ac3", ...kNames],
 };
 

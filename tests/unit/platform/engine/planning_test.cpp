@@ -204,6 +204,58 @@ TEST(Planning, CopiesSoundWhereThatServes) {
   }
 }
 
+std::vector<std::pair<std::string, AudioWay>> Ways(const StreamPlan& plan) {
+  std::vector<std::pair<std::string, AudioWay>> ways;
+  for (const AudioPlan& audio : plan.audio) ways.emplace_back(audio.codec, audio.way);
+  return ways;
+}
+
+TEST(Planning, GivesAllTracksOneCodec) {
+  using Codecs = std::vector<std::string>;
+  using Expected = std::vector<std::pair<std::string, AudioWay>>;
+  constexpr AudioWay kCopy = AudioWay::kCopy;
+  constexpr AudioWay kEncode = AudioWay::kEncode;
+  const struct {
+    Codecs tracks;
+    const char* format;
+    Expected expected;
+  } cases[] = {
+      {{"aac", "aac"}, "", {{"aac", kCopy}, {"aac", kCopy}}},
+      {{"mp3", "mp3"}, "", {{"mp3", kCopy}, {"mp3", kCopy}}},
+      {{"aac", "mp3"}, "", {{"aac", kCopy}, {"aac", kEncode}}},
+      {{"mp3", "aac"}, "", {{"aac", kEncode}, {"aac", kCopy}}},
+      {{"mp3", "ac3"}, "", {{"aac", kEncode}, {"aac", kEncode}}},
+      {{"aac", "ac3", "mp3"}, "", {{"aac", kCopy}, {"aac", kEncode}, {"aac", kEncode}}},
+      {{"aac", "mp3"}, "mp3", {{"mp3", kEncode}, {"mp3", kCopy}}},
+      // Who asks for that takes both.
+      {{"mp3", "ac3", "eac3"}, "ac3_copy", {{"aac", kEncode}, {"ac3", kCopy}, {"eac3", kCopy}}},
+  };
+  for (const auto& one : cases) {
+    SourceTraits film = Film();
+    film.audio.clear();
+    for (const std::string& codec : one.tracks)
+      film.audio.push_back(Track(static_cast<int>(film.audio.size()) + 1, codec));
+    EXPECT_EQ(Ways(Planned(film, {"", one.format}, CopyProfile())), one.expected)
+        << ::testing::PrintToString(one.tracks) << one.format;
+  }
+}
+
+TEST(Planning, LeavesOutTracksThatNeedEncodingWhereNothingIsEncoded) {
+  SourceTraits film = Film();
+  film.audio = {Track(1, "aac"), Track(2, "ac3"), Track(3, "mp3")};
+  for (const MachineState& machine :
+       {MachineState{.transcoding = false}, MachineState{.converting_offline = true}}) {
+    const std::vector<std::pair<std::string, AudioWay>> expected = {{"aac", AudioWay::kCopy},
+                                                                    {"mp3", AudioWay::kCopy}};
+    EXPECT_EQ(Ways(Planned(film, {}, CopyProfile(), machine)), expected);
+    EXPECT_EQ(Planned(film, {"3", ""}, CopyProfile(), machine).DefaultAudio()->codec, "mp3");
+  }
+  EXPECT_EQ(Refused(film, {"2", ""}, CopyProfile(), {.transcoding = false}), kSwitchedOff);
+  EXPECT_EQ(Refused(film, {"2", ""}, CopyProfile(), {.converting_offline = true}), kConvertingOffline);
+  EXPECT_EQ(Refused(film, {"4", ""}, CopyProfile(), {.transcoding = false}), kAudioNotSupported);
+  EXPECT_EQ(Refused(film, {}, HdProfile(), {.transcoding = false}), kSwitchedOff);
+}
+
 TEST(Planning, KeepsSurroundWhereTheProfileAllowsIt) {
   SourceTraits film = Film();
   film.audio = {Track(1, "aac", 6)};

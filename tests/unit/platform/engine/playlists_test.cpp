@@ -81,7 +81,7 @@ TEST(MasterPlaylist, SaysTheAverageOfACopy) {
           kStart + "&playlist=video\n");
 }
 
-TEST(MasterPlaylist, OffersEveryTrackAsARendition) {
+TEST(MasterPlaylist, OffersEveryTrackInOneGroup) {
   SourceTraits film = Film();
   film.audio = {Track(1, "aac"), Track(2, "ac3", 6)};
   film.audio[0].language = "eng";
@@ -89,20 +89,16 @@ TEST(MasterPlaylist, OffersEveryTrackAsARendition) {
   EXPECT_EQ(
       TextOf(Plan(film, HdProfile(), {"2", "ac3_copy"}), "master.m3u8"),
       std::string("#EXTM3U\n#EXT-X-VERSION:4\n#EXT-X-INDEPENDENT-SEGMENTS\n"
-                  "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"aac\",NAME=\"English\",LANGUAGE=\"en\",DEFAULT=NO,"
+                  "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"sound\",NAME=\"English\",LANGUAGE=\"en\",DEFAULT=NO,"
                   "AUTOSELECT=YES,CHANNELS=\"2\",URI=\"") +
           kStart +
           "&playlist=audio_1\"\n"
-          "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"ac3\",NAME=\"Say 'hi'??#EXT-X-ENDLIST\",DEFAULT=YES,"
+          "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"sound\",NAME=\"Say 'hi'??#EXT-X-ENDLIST\",DEFAULT=YES,"
           "AUTOSELECT=YES,CHANNELS=\"6\",URI=\"" +
           kStart +
           "&playlist=audio_2\"\n"
-          "#EXT-X-STREAM-INF:BANDWIDTH=11140800,CODECS=\"avc1.64001F,ac-3\",RESOLUTION=1280x720,"
-          "FRAME-RATE=25.000,AUDIO=\"ac3\"\n" +
-          kStart +
-          "&playlist=video\n"
-          "#EXT-X-STREAM-INF:BANDWIDTH=11211200,CODECS=\"avc1.64001F,mp4a.40.2\",RESOLUTION=1280x720,"
-          "FRAME-RATE=25.000,AUDIO=\"aac\"\n" +
+          "#EXT-X-STREAM-INF:BANDWIDTH=11211200,CODECS=\"avc1.64001F,mp4a.40.2,ac-3\",RESOLUTION=1280x720,"
+          "FRAME-RATE=25.000,AUDIO=\"sound\"\n" +
           kStart + "&playlist=video\n");
 }
 
@@ -112,8 +108,8 @@ TEST(MasterPlaylist, NamesTheDefaultTrackOfAFilmWithoutPicture) {
   film.audio.push_back(Track(2, "aac"));
   const StreamPlan plan = Plan(film, HdProfile(), {"2", ""});
   const std::string master = TextOf(plan, "master.m3u8");
-  EXPECT_TRUE(
-      master.ends_with(std::string(",CODECS=\"mp4a.40.2\",AUDIO=\"aac\"\n") + kStart + "&playlist=audio_2\n"))
+  EXPECT_TRUE(master.ends_with(std::string(",CODECS=\"mp4a.40.2\",AUDIO=\"sound\"\n") + kStart +
+                               "&playlist=audio_2\n"))
       << master;
   EXPECT_EQ(TextOf(plan, "video.m3u8"), TextOf(plan, "audio_2.m3u8"));
   EXPECT_NE(TextOf(plan, "video.m3u8").find("&fragment=a2_0&name=a2_0.ts\n"), std::string::npos);

@@ -36,4 +36,19 @@ std::optional<Answer> SendPicture(Context& context) {
   return std::nullopt;
 }
 
+std::optional<Answer> ListTracks(Context& context) {
+  const Request& request = context.GetRequest();
+  const auto id = static_cast<int>(NumberParameter(request, "id", 1, INT32_MAX));
+  const auto viewer = static_cast<unsigned int>(context.account.id);
+  crvnkn::webapi::AssertVideoAllowed(id, viewer, request.Get("pin"));
+  const std::string path = crvnkn::webapi::GetFilePathByID(id);
+  context.CloseStore();
+
+  Json::Value tracks = crvnkn::webapi::GetTrackInfo(path);
+  for (Json::Value& list : tracks) {
+    if (list.isNull()) list = Json::Value(Json::arrayValue);
+  }
+  return ResultAnswer(tracks);
+}
+
 }  // namespace kinora::entry

@@ -9,5 +9,6 @@
 namespace kinora::entry {
 
 std::optional<Answer> SendPicture(Context& context);
+std::optional<Answer> ListTracks(Context& context);
 
 }  // namespace kinora::entry

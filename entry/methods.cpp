@@ -79,6 +79,13 @@ const std::vector<Method>& AllMethods() {
        {{"id", kRequired}, {"width", kOptional}},
        {101, 1101, 1400, kNotFound},
        SendPicture},
+      {kFilmApi,
+       "tracks",
+       Access::kSession,
+       Verbs::kAny,
+       {{"id", kRequired}, {"pin", kOptional}},
+       {101, 1101, 1102, 1400, 1401},
+       ListTracks},
 
       {kStreamApi,
        "open",

@@ -1,5 +1,6 @@
 #include "library/video.h"
 
+#include "contract/engine/video_metadata.h"
 #include "contract/media/database.h"
 #include "contract/webapi/error.h"
 
@@ -28,6 +29,15 @@ void AssertVideoAllowed(int file_id, unsigned int uid, const std::string& pin) {
   if (control.IsFileAllowed(file_id)) return;
   if (pin.empty()) throw Error(kErrorParentalPinMissing);
   if (!control.IsPinCorrect(pin)) throw Error(kErrorParentalPinWrong);
+}
+
+Json::Value GetTrackInfo(const std::string& path) {
+  if (path.empty()) throw Error(kErrorBadParameter);
+  LibCrvnVTE::VideoMetaData metadata;
+  Json::Value tracks(Json::objectValue);
+  if (!metadata.LoadFile(path) || !metadata.GetTrackInfo(tracks["video"], tracks["audio"]))
+    throw Error(kErrorTracksUnreadable, "failed to load metadata " + path);
+  return tracks;
 }
 
 }  // namespace crvnkn::webapi

@@ -1,7 +1,10 @@
-// From ids to videos and people: the path of a video, the owner of a sharing link, parental control. Each
-// call asks the media database and keeps nothing. When the database cannot answer, its own exception
-// (LibKinora::db::Failure) passes through: nothing is allowed by a failure.
+// From ids to videos and people: the path of a video, the owner of a sharing link, parental control; and what
+// is in a video. Each call asks the media database, or looks into the file, and keeps nothing. When the
+// database cannot answer, its own exception (LibKinora::db::Failure) passes through: nothing is allowed by a
+// failure.
 #pragma once
+
+#include <json/json.h>
 
 #include <string>
 
@@ -22,5 +25,11 @@ KINORA_EXPORT unsigned int GetUidFromSharingId(const std::string& sharing_id);
 // Throws Error 1400 when the file is blocked and `pin` is empty, 1401 when it is wrong; neither has a
 // message.
 KINORA_EXPORT void AssertVideoAllowed(int file_id, unsigned int uid, const std::string& pin);
+
+// The tracks of the file at the absolute `path`: "video" and "audio", lists as VideoMetaData has them; null
+// where the file has no such track.
+// Throws Error 101 without a message when `path` is empty, 1102 with "failed to load metadata <path>" when
+// the file cannot be read as a video.
+KINORA_EXPORT Json::Value GetTrackInfo(const std::string& path);
 
 }  // namespace crvnkn::webapi

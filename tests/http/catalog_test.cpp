@@ -101,6 +101,35 @@ TEST(Picture, OfAFilmThatIsGoneIsNotFound) {
   EXPECT_EQ(CodeOf(Picture(house, ann, {{"id", "424242"}})), 1101);
 }
 
+TEST(Tracks, AreListedInTheOrderOfTheFile) {
+  const House house({"languages.mkv", "silent.mp4"});
+  const SignedIn ann = house.SignIn("ann");
+  const auto tracks = [&](const std::string& film) {
+    const std::string id = std::to_string(house.FilmId(ann, film));
+    return Result(house.Send({"Film", "tracks", {{"id", id}}, "GET", ann.sid}));
+  };
+  const Json::Value several = tracks("languages.mkv");
+  ASSERT_EQ(several["audio"].size(), 2U) << several;
+  EXPECT_EQ(several["audio"][0]["id"], "1");
+  EXPECT_EQ(several["audio"][0]["language"], "eng");
+  EXPECT_EQ(several["audio"][0]["title"], "Original");
+  EXPECT_EQ(several["audio"][1]["codec"], "mp3");
+  EXPECT_EQ(several["video"][0]["width"].asInt(), 1280);
+  const Json::Value silent = tracks("silent.mp4");
+  EXPECT_TRUE(silent["audio"].isArray() && silent["audio"].empty()) << silent;
+}
+
+TEST(Tracks, OfAFilmThatIsGoneCannotBeRead) {
+  const House house;
+  const SignedIn ann = house.SignIn("ann");
+  const Parameters film = {{"id", std::to_string(house.FilmId(ann, kFilm))}};
+  fs::rename(house.Share() / kFilm, house.Share() / "aside");
+  EXPECT_EQ(CodeOf(house.Send({"Film", "tracks", film, "GET", ann.sid})), 1102);
+  EXPECT_EQ(CodeOf(house.Send({"Film", "tracks", {{"id", "424242"}}, "GET", ann.sid})), 1101);
+  EXPECT_EQ(CodeOf(house.Send({"Film", "tracks", {{"id", "x"}}, "GET", ann.sid})), 101);
+  EXPECT_EQ(CodeOf(house.Send({"Film", "tracks", film, "GET", ""})), 124);
+}
+
 TEST(CatalogList, SearchesSortsAndPages) {
   const House house;
   const SignedIn ann = house.SignIn("ann");

@@ -44,6 +44,7 @@ TEST(SharedLibrary, ShowsItsOperationsAndNothingElse) {
       "GetFilePathByID(int)",
       "GetUidFromSharingId(string const&)",
       "AssertVideoAllowed(int, unsigned int, string const&)",
+      "GetTrackInfo(string const&)",
       "CloseHandler(string const&, string const&)",
       "ThrowVTEError(string const&)",
       "RecordChromecastData(string const&)",

@@ -20,6 +20,7 @@ class VideoLookUp : public kinora::fakes::ScriptedTest {
 using GetFilePathById = VideoLookUp;
 using GetUidFromSharing = VideoLookUp;
 using AssertAllowed = VideoLookUp;
+using GetTracks = VideoLookUp;
 
 TEST_F(GetFilePathById, GivesThePathOfTheRecord) {
   TheScript().files = {{41, "/v/other.mp4", "mp4"}, {42, "/v/film.mkv", "mkv"}};
@@ -104,6 +105,35 @@ TEST_F(AssertAllowed, PassesWithTheRightPin) {
 TEST_F(AssertAllowed, PassesTheDatabaseFailureOn) {
   TheScript().database_fails = true;
   EXPECT_THROW(AssertVideoAllowed(3, 5, "1234"), LibKinora::db::Failure);
+}
+
+TEST_F(GetTracks, GivesTheListsOfTheFile) {
+  TheScript().video_tracks[0]["id"] = "0";
+  TheScript().audio_tracks[0]["id"] = "1";
+  TheScript().audio_tracks[1]["id"] = "2";
+  Json::Value expected;
+  expected["video"] = TheScript().video_tracks;
+  expected["audio"] = TheScript().audio_tracks;
+  EXPECT_EQ(GetTrackInfo("/v/film.mkv"), expected);
+  ExpectCalls({"LoadFile(\"/v/film.mkv\")"});
+}
+
+TEST_F(GetTracks, LeavesOutWhatTheFileDoesNotHave) {
+  TheScript().video_tracks[0]["id"] = "0";
+  const Json::Value tracks = GetTrackInfo("/v/silent.mp4");
+  EXPECT_EQ(tracks["video"].size(), 1U);
+  EXPECT_TRUE(tracks.isMember("audio"));
+  EXPECT_TRUE(tracks["audio"].isNull());
+}
+
+TEST_F(GetTracks, FailsWithoutLookingWhenThereIsNoPath) {
+  ExpectError(101, "", [] { GetTrackInfo(""); });
+  ExpectCalls({});
+}
+
+TEST_F(GetTracks, FailsNamingTheFileWhenItCannotBeRead) {
+  TheScript().load_file = false;
+  ExpectError(1102, "failed to load metadata /v/film.mkv", [] { GetTrackInfo("/v/film.mkv"); });
 }
 
 }  // namespace

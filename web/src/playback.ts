@@ -9,7 +9,7 @@ import { closeStream, openStream, type Stream } from "./stream.ts";
 
 export type Failure =
   | { why: "open"; error: unknown } // the server refused to start it, or did not answer
-  | { why: "lost" } // it broke off and could not be taken up again
+  | { why: "lost"; begun: boolean } // it broke off, or never began, and could not be taken up again
   | { why: "format" }; // the browser can't play what the server sends
 
 // Why loading stands still: the server does not answer, has no encoder free, or no space.
@@ -46,6 +46,7 @@ export class Playback {
   private position = 0;
   private wanted = true; // to run, not to stand still
   private had_picture = false;
+  private begun = false; // some stream of it had a picture
   private converted = false; // the browser can't play the film as it is
   private pin: string | undefined;
   private generation = 0; // tells answers to an earlier opening from the present one's
@@ -176,6 +177,7 @@ export class Playback {
   private begin(): void {
     const { video } = this;
     this.had_picture = true;
+    this.begun = true;
     const last = Number.isFinite(video.duration) ? Math.max(0, video.duration - 1) : this.position;
     if (this.position > 0) video.currentTime = Math.min(this.position, last);
     this.recovery.resumed(this.position);
@@ -213,8 +215,9 @@ export class Playback {
   private broke(stream: Stream, breakage: Breakage): void {
     const remedy = remedyFor(breakage, { format: stream.format, played: this.had_picture });
     this.on.busy();
-    if (remedy === "wait") this.mend("server", { why: "lost" });
-    else if (remedy === "reopen") this.mend("stream", { why: "lost" });
+    const lost: Failure = { why: "lost", begun: this.begun };
+    if (remedy === "wait") this.mend("server", lost);
+    else if (remedy === "reopen") this.mend("stream", lost);
     else if (remedy === "convert") this.convert();
     else this.on.failed({ why: "format" });
   }

@@ -16,7 +16,7 @@ import { kOriginal, lastQuality, saveQuality, type Quality } from "./quality.ts"
 import { watchSurface, type SurfaceEvent } from "./surface.ts";
 import { restoreLoudness, saveLoudness } from "./volume.ts";
 import { Waiting } from "./waiting.ts";
-import { kStreamLost, nameFormat, wordsForOpening, wordsForOriginal, wordsForPlaying } from "./words.ts";
+import { nameFormat, wordsForLosing, wordsForOpening, wordsForOriginal, wordsForPlaying } from "./words.ts";
 
 const kKeys: KeyTable = [
   [["Space", "k"], "play or pause"],
@@ -229,7 +229,7 @@ export class PlayerView {
     this.notices.clear();
     const words = {
       open: () => wordsForOpening("error" in failure ? failure.error : undefined, this.film),
-      lost: () => kStreamLost,
+      lost: () => wordsForLosing("begun" in failure && failure.begun),
       format: () => wordsForPlaying(this.film),
     }[failure.why]();
     const steps = [

@@ -7,8 +7,8 @@ const kShownAfter = 250;
 
 const kWords: Record<Trouble, string> = {
   server: "Kinora does not answer. The film goes on when it is back.",
-  encoders: "The server is busy converting. The film goes on when its turn comes.",
-  disk: "The server’s disk is full. The film goes on when there is room again.",
+  encoders: "The server is converting as many films as it can. This one goes on as soon as another one ends.",
+  disk: "The server’s disk is full. The film goes on when space has been made there.",
 };
 
 export class Waiting {

@@ -90,18 +90,61 @@ const kOpenWords: Record<number, Words> = {
 
 const kNames = new Map([
   ["matroska", "MKV"],
+  ["webm", "WebM"],
   ["mpegts", "MPEG-TS"],
+  ["mpeg", "MPEG"],
+  ["asf", "Windows Media"],
+  ["ogg", "Ogg"],
+  ["rm", "RealMedia"],
+  ["h263", "H.263"],
   ["h264", "H.264"],
-  ["ac3", "AC-3"],
-  ["eac3", "E-AC-3"],
+  ["mpeg1video", "MPEG-1"],
   ["mpeg2video", "MPEG-2"],
   ["mpeg4", "MPEG-4"],
+  ["msmpeg4v1", "MPEG-4 by Microsoft"],
+  ["msmpeg4v2", "MPEG-4 by Microsoft"],
+  ["msmpeg4v3", "MPEG-4 by Microsoft"],
+  ["mjpeg", "Motion JPEG"],
+  ["theora", "Theora"],
+  ["prores", "ProRes"],
+  ["dvvideo", "DV"],
+  ["wmv1", "Windows Media Video 7"],
+  ["wmv2", "Windows Media Video 8"],
+  ["wmv3", "Windows Media Video 9"],
+  ["wmav1", "Windows Media Audio"],
+  ["wmav2", "Windows Media Audio"],
+  ["ac3", "AC-3"],
+  ["eac3", "E-AC-3"],
+  ["truehd", "TrueHD"],
   ["vorbis", "Vorbis"],
   ["opus", "Opus"],
+  ["none", "an unknown codec"],
+  ["unknown_codec", "an unknown codec"],
 ]);
 
+// What the server appends to a codec whose pictures are unusual.
+const kUnusual: readonly [RegExp, (found: string) => string][] = [
+  [/^(\d+)bit$/, (bits) => `${bits}-bit`],
+  [/^(4\d\d)$/, (chroma) => [...chroma].join(":")],
+  [/^(rare)$/, () => "in a rare profile"],
+];
+
+function nameSuffix(suffix: string): string {
+  for (const [pattern, name] of kUnusual) {
+    const found = pattern.exec(suffix)?.[1];
+    if (found !== undefined) return name(found);
+  }
+  return suffix.toUpperCase();
+}
+
+// The server's name for a container or a codec, as people write it: "hevc_10bit" -> "HEVC 10-bit".
 export function nameFormat(part: string): string {
-  return kNames.get(part.toLowerCase()) ?? part.toUpperCase();
+  const whole = part.toLowerCase();
+  const known = kNames.get(whole);
+  if (known !== undefined) return known;
+  if (whole.startsWith("pcm_")) return "PCM";
+  const [name = "", ...suffixes] = whole.split("_");
+  return [kNames.get(name) ?? name.toUpperCase(), ...suffixes.map(nameSuffix)].join(" ");
 }
 
 // What a film is made of: "MKV · HEVC · AC-3".
@@ -150,7 +193,16 @@ export function wordsForPlaying(film?: Film): Words {
   };
 }
 
-export const kStreamLost: Words = {
-  title: "The film stopped",
-  detail: "The stream broke off and could not be taken up again. Your place in the film is kept.",
-};
+// `begun`: something of the film had come.
+export function wordsForLosing(begun: boolean): Words {
+  if (begun) {
+    return {
+      title: "The film stopped",
+      detail: "The stream broke off and could not be taken up again. Your place in the film is kept.",
+    };
+  }
+  return {
+    title: "The film does not begin",
+    detail: "The server could not make its first part; its log says why. “kinora doctor”, run there, finds what is missing.",
+  };
+}

@@ -6,7 +6,9 @@ import { placeOf } from "../src/catalog.ts";
 import { messageKind } from "../src/library_message.ts";
 import { outcome, scanLine, signature } from "../src/scan_watch.ts";
 import { readLoudness } from "../src/volume.ts";
-import { describeFormat, wordsForOpening, wordsForOriginal, wordsForSigningIn } from "../src/words.ts";
+import {
+  describeFormat, nameFormat, wordsForLosing, wordsForOpening, wordsForOriginal, wordsForSigningIn,
+} from "../src/words.ts";
 
 const kFilm = { container: "matroska", video_codec: "hevc", audio_codec: "ac3" } as Film;
 const kProgress: Progress = {
@@ -67,6 +69,31 @@ test("Words.NeverRepeatTheServersMessage", () => {
 test("Words.TellAWrongPasswordFromTooManyAttempts", () => {
   assert.equal(wordsForSigningIn(new Refusal(126, "")), "Name or password is wrong.");
   assert.match(wordsForSigningIn(new Refusal(127, "")), /^Too many attempts\./);
+});
+
+const kFormats: [string, string][] = [
+  ["mkv", "MKV"],
+  ["matroska", "MKV"],
+  ["webm", "WebM"],
+  ["h264", "H.264"],
+  ["hevc_10bit", "HEVC 10-bit"],
+  ["hevc_422_12bit", "HEVC 4:2:2 12-bit"],
+  ["h264_444", "H.264 4:4:4"],
+  ["h264_rare", "H.264 in a rare profile"],
+  ["pcm_s16le", "PCM"],
+  ["wmav2", "Windows Media Audio"],
+  ["dts", "DTS"],
+  ["unknown_codec", "an unknown codec"],
+  ["none", "an unknown codec"],
+  ["some_thing", "SOME THING"],
+];
+for (const [part, name] of kFormats) {
+  test(`Words.NameAFormatAsPeopleDo(${part})`, () => assert.equal(nameFormat(part), name));
+}
+
+test("Words.TellAFilmThatStoppedFromOneThatNeverBegan", () => {
+  assert.equal(wordsForLosing(true).title, "The film stopped");
+  assert.match(wordsForLosing(false).detail, /kinora doctor/);
 });
 
 test("Words.LeaveOutWhatAFilmLacks", () => {

@@ -34,8 +34,12 @@ before(async () => {
   const fill = (folder) => {
     const ac3 = { repeat: 9, options: ["-c:a", "ac3"] };
     retitle(media("encode_25.mkv"), "A film with AC-3", path.join(folder, "ac3.mkv"), ac3);
-    const tracks = ["-map", "0:v", "-map", "0:a", "-c:a", "ac3"];
-    retitle(media("languages.mkv"), "A film in two languages", path.join(folder, "two.mkv"), { repeat: 4, options: tracks });
+    // AAC and MP3, of which one is copied, and two tracks of AAC, which play as they are.
+    const tracks = ["-map", "0:v", "-map", "0:a"];
+    const languages = (title, file, codecs) =>
+      retitle(media("languages.mkv"), title, path.join(folder, file), { repeat: 4, options: [...tracks, ...codecs] });
+    languages("A film in two languages", "two.mkv", []);
+    languages("A film with two voices", "voices.mp4", ["-c:a:1", "aac"]);
     makeLongFilm(folder);
   };
   kinora = await startKinora(fill, { idle_seconds: kIdle });
@@ -156,23 +160,41 @@ for (const [title, format, width] of [
 }
 
 test("Films.SwitchTheirSound", async () => {
+  const tracks = new Set();
+  page.on("request", (request) => {
+    const track = /^a(\d+)_/.exec(new URL(request.url()).searchParams.get("fragment") ?? "")?.[1];
+    if (track) tracks.add(track);
+  });
   await watch("A film in two languages");
   const [stream] = streams();
-  const tracks = () => new Set(fragments(stream).flatMap((file) => /^a(\d+)_/.exec(file)?.[1] ?? []));
-  const before = tracks();
-  assert.equal(before.size, 1);
+  assert.deepEqual([...tracks], ["1"]);
   await page.keyboard.press("a");
   const sound = page.getByRole("menu", { name: "Sound" });
   const other = sound.locator('[aria-checked="false"]');
   const name = await other.innerText();
   assert.match(name, /English|German/);
   await other.click();
-  await until(() => tracks().size === 2);
+  await until(() => tracks.has("2"));
   const { at } = await videoState(page);
   await playsPast(page, at + 0.5);
   await page.keyboard.press("a");
   assert.equal(await sound.locator('[aria-checked="true"]').innerText(), name);
   assert.deepEqual(streams(), [stream]);
+});
+
+test("Films.SwitchTheirSoundThatAreSentAsTheyAre", async () => {
+  await watch("A film with two voices");
+  await page.keyboard.press("5");
+  await playsPast(page, 20);
+  await page.keyboard.press("a");
+  await item("German").click();
+  await until(() => formats.length === 2);
+  assert.deepEqual(formats, ["raw", "hls_remux"]);
+  await playsPast(page, 20);
+  assert.ok((await videoState(page)).at < 35);
+  await page.keyboard.press("a");
+  assert.equal(await item("German").getAttribute("aria-checked"), "true");
+  assert.equal(await item("English").getAttribute("aria-checked"), "false");
 });
 
 test("Films.KeepTheirPositionWhenTheQualityChanges", async () => {

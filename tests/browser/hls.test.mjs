@@ -143,6 +143,9 @@ test("Sound.IsChosenByTheKeyboard", async () => {
   await page.getByRole("menu").waitFor({ state: "hidden" });
   assert.match(page.url(), /film/);
   assert.equal(opened(), 1);
+  await page.keyboard.press(" "); // the keys are the film's again
+  await page.waitForFunction(() => document.querySelector("video").paused);
+  assert.equal(await page.getByRole("menu").count(), 0);
 });
 
 test("Sound.IsNotOfferedWhereThereIsNoChoice", async () => {
@@ -163,6 +166,41 @@ test("Sound.StaysChosenWhenTheStreamIsOpenedAgain", async () => {
   assert.equal(opened(), 1);
   assert.ok(fragments("audio_1").length > 0);
   assert.deepEqual(fragments("audio_0"), []);
+});
+
+test("Sound.OfAFilmThatIsSentAsItIsIsChosenByOpeningItAnew", async () => {
+  mock.auto = (_, call) => (call.get("audio_track") === "1" ? "hls_remux" : "raw");
+  mock.kinds.hls_remux = "tracks";
+  mock.sounds[1] = [{ id: "0", title: "Original", language: "eng" }, { id: "1", title: "Kommentar", language: "ger" }];
+  await watch();
+  await page.keyboard.press("5");
+  const { duration } = await videoState(page);
+  await playsPast(page, duration / 2);
+  await openMenu("Sound");
+  assert.equal(await item("English Original").getAttribute("aria-checked"), "true");
+  await item("German Kommentar").click();
+  await until(() => fragments("audio_1").length > 0);
+  await playsPast(page, duration / 2);
+  assert.ok((await videoState(page)).at < duration / 2 + 20);
+  assert.deepEqual(mock.asks("open").map((call) => call.get("audio_track")), [null, "1"]);
+  assert.deepEqual(fragments("audio_0"), []);
+  await openMenu("Sound");
+  assert.equal(await item("German Kommentar").getAttribute("aria-checked"), "true");
+  await until(() => mock.streams.size === 1);
+});
+
+test("Sound.ThatCannotBeHadLeavesTheFilmAsItIs", async () => {
+  mock.auto = () => "raw";
+  mock.sounds[1] = [{ id: "0", title: "", language: "eng" }, { id: "1", title: "", language: "ger" }];
+  await watch();
+  mock.refuseTrack[1] = 1200;
+  await openMenu("Sound");
+  await item("German").click();
+  await page.getByText("This sound can’t be sent to your browser.").waitFor();
+  await playsPast(page, 0.5);
+  assert.deepEqual(mock.asks("open").map((call) => call.get("audio_track")), [null, "1", null]);
+  await openMenu("Sound");
+  assert.equal(await item("English").getAttribute("aria-checked"), "true");
 });
 
 test("Quality.IsOpenedAtTheSamePositionAndKeptForTheNextFilm", async () => {

@@ -1,6 +1,8 @@
-// The audio tracks of a film as its menu shows them.
+// The audio tracks of a film, and how its menu shows them.
+import type { WebApi } from "./api.ts";
 
 export interface AudioTrack {
+  id: string; // by which a stream is opened with it
   name: string; // as the file has it; may be empty
   language: string; // a code such as "de" or "ger"; may be empty
 }
@@ -21,7 +23,14 @@ export function nameLanguage(code: string): string {
   }
 }
 
-export function nameTracks(tracks: readonly AudioTrack[]): TrackWords[] {
+// For streams that do not tell their tracks themselves.
+export async function listTracks(api: WebApi, film: number, pin?: string): Promise<AudioTrack[]> {
+  type Listed = { id: string; title: string; language: string };
+  const { audio } = await api.post<{ audio: Listed[] }>("Film", "tracks", { id: film, pin });
+  return audio.map(({ id, title, language }) => ({ id, name: title, language }));
+}
+
+export function nameTracks(tracks: readonly Omit<AudioTrack, "id">[]): TrackWords[] {
   const words = tracks.map(({ name, language }, index) => {
     const spoken = nameLanguage(language);
     if (spoken === "") return { label: name || `Track ${index + 1}`, detail: "" };

@@ -61,17 +61,12 @@ function policy(first_byte: number, refusal: LastRefusal, trouble: HearOfTrouble
   };
 }
 
-export interface Start {
-  at: number; // seconds into the film
-  language?: string | undefined; // of the audio track to take
-  track?: string | undefined; // its name
-}
-
-export function configFor(start: Start, worker: string, trouble: HearOfTrouble): Partial<HlsConfig> {
+// `at`: seconds into the film.
+export function configFor(at: number, worker: string, trouble: HearOfTrouble): Partial<HlsConfig> {
   const refusal = new LastRefusal();
   return {
     // The first fragment asked for is the one to be seen: each other one would cost an encoder.
-    startPosition: start.at,
+    startPosition: at,
     testBandwidth: false,
     workerPath: worker,
     maxBufferLength: 60,
@@ -80,7 +75,6 @@ export function configFor(start: Start, worker: string, trouble: HearOfTrouble):
     xhrSetup: refusal.watch,
     lowLatencyMode: false,
     enableInterstitialPlayback: false,
-    ...(start.track !== undefined && { audioPreference: { lang: start.language ?? "", name: start.track } }),
     manifestLoadPolicy: policy(20_000, refusal, trouble),
     playlistLoadPolicy: policy(20_000, refusal, trouble),
     fragLoadPolicy: policy(60_000, refusal, trouble),

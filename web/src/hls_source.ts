@@ -4,7 +4,7 @@ import worker from "hls.js/dist/hls.worker.js?url";
 import type { Breakage } from "./breakage.ts";
 import { loadedUntil } from "./buffered.ts";
 import { configFor } from "./hls_config.ts";
-import type { Source, SourceEvents, SourceStart } from "./source.ts";
+import type { Source, SourceEvents } from "./source.ts";
 
 // A decoder that fails again within so many milliseconds fails for good.
 const kResetAgain = 20_000;
@@ -15,7 +15,14 @@ const kMostEmpty = 2;
 const kNothing = 0.3; // seconds of film that are as good as none
 const kMoves = ["timeupdate", "seeking", "waiting"] as const;
 
+// The server names the playlist of a track by the track's id.
+export function trackOf(playlist: string): string {
+  const name = new URL(playlist, "http://localhost").searchParams.get("playlist") ?? "";
+  return /^audio_(\d+)$/.exec(name)?.[1] ?? "";
+}
+
 export class HlsSource implements Source {
+  readonly switches = true;
   private readonly hls: Hls;
   private fed = false; // the decoder has taken something
   private empty = 0; // fragments in a row that held no film
@@ -25,11 +32,10 @@ export class HlsSource implements Source {
   constructor(
     private readonly video: HTMLVideoElement,
     address: string,
-    start: SourceStart,
+    at: number,
     private readonly on: SourceEvents,
   ) {
-    const wanted = { at: start.at, language: start.track?.language, track: start.track?.name };
-    this.hls = new Hls(configFor(wanted, worker, (status, code) => on.trouble(status, code)));
+    this.hls = new Hls(configFor(at, worker, (status, code) => on.trouble(status, code)));
     this.hls.on(Events.ERROR, (_, data) => this.error(data));
     this.hls.on(Events.FRAG_LOADED, () => on.trouble(undefined));
     this.hls.on(Events.BUFFER_APPENDED, () => this.appended());
@@ -56,7 +62,7 @@ export class HlsSource implements Source {
   }
 
   private tellTracks(): void {
-    const tracks = this.hls.audioTracks.map(({ name, lang }) => ({ name, language: lang ?? "" }));
+    const tracks = this.hls.audioTracks.map(({ url, name, lang }) => ({ id: trackOf(url), name, language: lang ?? "" }));
     this.on.tracks(tracks, this.hls.audioTrack);
   }
 

@@ -1,6 +1,6 @@
 // One film on one video element: opens its stream, takes it up again where it broke off, closes it in the end.
 import { kNotSignedIn, Refusal, Unreachable, type WebApi } from "./api.ts";
-import type { AudioTrack } from "./audio_tracks.ts";
+import { listTracks, type AudioTrack } from "./audio_tracks.ts";
 import { remedyFor, willPass, type Breakage } from "./breakage.ts";
 import { kOriginal, wayFor, type Quality } from "./quality.ts";
 import { Recovery, type Break } from "./recovery.ts";
@@ -24,6 +24,7 @@ export interface PlaybackEvents {
   trouble: (trouble: Trouble | undefined) => void; // undefined: it goes on
   converting: () => void; // the browser can't play the film as it is
   refused: (quality: Quality) => void; // the film goes on as it is
+  unheard: () => void; // the chosen track can't be had; the film goes on with its first one
   tracks: (tracks: readonly AudioTrack[], chosen: number) => void;
   failed: (failure: Failure) => void;
 }
@@ -113,7 +114,12 @@ export class Playback {
 
   chooseTrack(track: number): void {
     this.track = this.tracks[track];
-    this.source?.choose(track);
+    if (this.source?.switches) {
+      this.source.choose(track);
+      return;
+    }
+    this.on.tracks(this.tracks, track);
+    this.again();
   }
 
   // The film is left, or the whole page is: works while the page goes away.
@@ -140,7 +146,8 @@ export class Playback {
   private async openUnlocked(): Promise<Stream> {
     for (;;) {
       try {
-        return await openStream(this.api, this.film, wayFor(this.quality, this.converted), this.pin);
+        const wishes = { audio_track: this.track?.id || undefined, pin: this.pin };
+        return await openStream(this.api, this.film, wayFor(this.quality, this.converted), wishes);
       } catch (error) {
         const wrong = refusedFor(error, kPinWrong);
         if (!wrong && !refusedFor(error, kPinMissing)) throw error;
@@ -156,7 +163,7 @@ export class Playback {
       throw new Unreachable("the player's program was not sent");
     });
     if (own !== this.generation) return;
-    this.source = start(this.video, { at: this.position, track: this.track }, {
+    this.source = start(this.video, this.position, {
       broke: (breakage) => own === this.generation && this.broke(stream, breakage),
       trouble: (status, code) => this.troubled(status, code),
       tracks: (tracks, chosen) => this.heard(tracks, chosen),
@@ -164,11 +171,16 @@ export class Playback {
   }
 
   private unopened(error: unknown): void {
+    const other_way = error instanceof Refusal && !kOfTheFilm.has(error.code);
     if (error instanceof Unreachable) {
       this.mend("server", { why: "open", error });
-    } else if (this.quality !== kOriginal && error instanceof Refusal && !kOfTheFilm.has(error.code)) {
+    } else if (other_way && this.quality !== kOriginal) {
       this.on.refused(this.quality);
       this.changeQuality(kOriginal);
+    } else if (other_way && this.track) {
+      this.on.unheard();
+      this.track = undefined;
+      this.again();
     } else {
       this.on.failed({ why: "open", error });
     }
@@ -184,6 +196,17 @@ export class Playback {
     this.on.trouble(undefined);
     this.on.ready();
     if (this.wanted) this.run();
+    if (this.source && !this.source.switches) void this.lookForTracks(this.generation);
+  }
+
+  private async lookForTracks(own: number): Promise<void> {
+    try {
+      const tracks = await listTracks(this.api, this.film, this.pin);
+      const chosen = tracks.findIndex(({ id }) => id === this.track?.id);
+      if (own === this.generation) this.heard(tracks, Math.max(0, chosen));
+    } catch {
+      // It plays without a choice.
+    }
   }
 
   // A film that breaks off or is taken away stops, too, but nobody wanted that.

@@ -74,6 +74,7 @@ export class PlayerView {
       trouble: (trouble) => this.waiting.explain(trouble),
       converting: () => this.notices.show("Kinora converts this film for your browser while you watch."),
       refused: (quality) => this.refused(quality),
+      unheard: () => this.notices.show("This sound can’t be sent to your browser. The film goes on with its first one."),
       tracks: (tracks, chosen) => this.controls.showTracks(tracks, chosen),
       failed: (failure) => this.failed(failure),
     });

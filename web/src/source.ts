@@ -13,6 +13,8 @@ export interface SourceEvents {
 export interface Source {
   // The video element has reported an error.
   failed(): void;
+  // Tells its audio tracks and changes between them; else the stream has to be opened anew for another one.
+  readonly switches: boolean;
   // Takes another audio track, by its place in the list.
   choose(track: number): void;
   // Nothing is reported any more. The video element is empty then.
@@ -21,6 +23,7 @@ export interface Source {
 
 // The browser loads by itself: films as they are, and streams in fragments where it has no other way.
 class AddressSource implements Source {
+  readonly switches = false;
   private stopped = false;
 
   constructor(
@@ -38,7 +41,7 @@ class AddressSource implements Source {
   }
 
   choose(): void {
-    // Browsers play the first track of a file.
+    // Browsers play the first track of what they load by themselves.
   }
 
   stop(): void {
@@ -52,18 +55,14 @@ function takesFragments(): boolean {
   return "MediaSource" in globalThis || "ManagedMediaSource" in globalThis;
 }
 
-export interface SourceStart {
-  at: number; // seconds into the film
-  track: AudioTrack | undefined; // the one to be heard; undefined: the film's default
-}
-
-export type StartSource = (video: HTMLVideoElement, start: SourceStart, on: SourceEvents) => Source;
+// `at`: seconds into the film.
+export type StartSource = (video: HTMLVideoElement, at: number, on: SourceEvents) => Source;
 
 // Rejects when the program that plays fragments could not be fetched.
 export async function sourceFor(stream: Stream): Promise<StartSource> {
   if (comesInFragments(stream) && takesFragments()) {
     const { HlsSource } = await import("./hls_source.ts");
-    return (video, start, on) => new HlsSource(video, mediaAddress(stream), start, on);
+    return (video, at, on) => new HlsSource(video, mediaAddress(stream), at, on);
   }
   return (video, _, on) => new AddressSource(video, stream, on);
 }

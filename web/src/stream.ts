@@ -12,8 +12,14 @@ export interface Way {
   profile?: string;
 }
 
-export function openStream(api: WebApi, film: number, way: Way, pin?: string): Promise<Stream> {
-  return api.post<Stream>("Stream", "open", { id: film, ...way, pin });
+// What the viewer brings along: the audio track to be heard, and the PIN of a locked film.
+export interface OpenWishes {
+  audio_track: string | undefined;
+  pin: string | undefined;
+}
+
+export function openStream(api: WebApi, film: number, way: Way, wishes: OpenWishes): Promise<Stream> {
+  return api.post<Stream>("Stream", "open", { id: film, ...way, ...wishes });
 }
 
 // Nobody waits for it: a stream that is gone already is as good as closed.

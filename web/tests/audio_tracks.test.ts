@@ -1,6 +1,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { nameLanguage, nameTracks, type AudioTrack, type TrackWords } from "../src/audio_tracks.ts";
+import type { WebApi } from "../src/api.ts";
+import { listTracks, nameLanguage, nameTracks, type AudioTrack, type TrackWords } from "../src/audio_tracks.ts";
 
 const kCodes: [string, string][] = [
   ["de", "German"],
@@ -15,7 +16,7 @@ for (const [code, name] of kCodes) {
   test(`Language.IsNamed(${code})`, () => assert.equal(nameLanguage(code), name));
 }
 
-const kTracks: [string, AudioTrack[], TrackWords[]][] = [
+const kTracks: [string, Omit<AudioTrack, "id">[], TrackWords[]][] = [
   [
     "language and name",
     [{ name: "Original", language: "eng" }, { name: "Kommentar", language: "ger" }],
@@ -41,3 +42,14 @@ const kTracks: [string, AudioTrack[], TrackWords[]][] = [
 for (const [what, tracks, words] of kTracks) {
   test(`AudioTracks.AreTold(${what})`, () => assert.deepEqual(nameTracks(tracks), words));
 }
+
+test("AudioTracks.AreListedAsTheFileHasThem", async () => {
+  const audio = [{ id: "1", codec: "aac", title: "Original", language: "eng", channels: 2 }, { id: "4", title: "", language: "" }];
+  const asked: unknown[] = [];
+  const api = { post: async (...call: unknown[]) => (asked.push(call), { video: [], audio }) } as unknown as WebApi;
+  assert.deepEqual(await listTracks(api, 7, "1234"), [
+    { id: "1", name: "Original", language: "eng" },
+    { id: "4", name: "", language: "" },
+  ]);
+  assert.deepEqual(asked, [["Film", "tracks", { id: 7, pin: "1234" }]]);
+});

@@ -45,9 +45,12 @@ export async function startMock({ page, media, films = [], pictures = () => unde
   const mock = {
     films, progress: { ...kIdle }, administrator: true,
     refuse: {}, // film id -> code that open answers
+    refuseTrack: {}, // audio track -> code that open answers
     refuseConverting: undefined, // the same for whatever is opened to be converted
-    auto: () => "raw", // the format that a film is opened in unless "hls" was asked for
+    auto: () => "raw", // (film id, call) -> the format to open it in unless "hls" was asked for
     files: {}, // film id -> what is sent of it as it is, instead of `media`
+    sounds: {}, // film id -> its audio tracks: id, title, language
+    heard: {}, // stream -> the audio track that it was opened with
     kinds: { hls: "muxed", hls_remux: "muxed" }, // which fragments a format gets
     fail: () => undefined, // (call for a stream) -> the HTTP status to fail it with
     failure: { error: { code: 129, message: "" } }, // what it says then
@@ -86,10 +89,12 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     const id = Number(call.get("id"));
     if (mock.refuse[id]) throw new Refused(mock.refuse[id]);
     if (mock.refuseConverting && call.get("format") === "hls") throw new Refused(mock.refuseConverting);
+    if (mock.refuseTrack[call.get("audio_track")]) throw new Refused(mock.refuseTrack[call.get("audio_track")]);
     if (mock.pins[id] && call.get("pin") !== mock.pins[id]) throw new Refused(call.get("pin") ? 1401 : 1400);
     const stream_id = `stream-${mock.next++}`;
     mock.streams.set(stream_id, id);
-    return { stream_id, format: call.get("format") === "hls" ? "hls" : mock.auto(id) };
+    mock.heard[stream_id] = call.get("audio_track");
+    return { stream_id, format: call.get("format") === "hls" ? "hls" : mock.auto(id, call) };
   }
 
   function sendStream(call, request, response) {
@@ -104,7 +109,7 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     const folder = hls[mock.kinds[format]];
     if (call.get("fragment")) return sendFile(request, response, path.join(folder, call.get("fragment")), "video/mp2t");
     const playlist = path.join(folder, `${call.get("playlist") ?? "master"}.m3u8`);
-    const text = withAddresses(readFileSync(playlist, "utf8"), call);
+    const text = withDefault(withAddresses(readFileSync(playlist, "utf8"), call), mock.heard[call.get("id")]);
     response.writeHead(200, { "Content-Type": "application/vnd.apple.mpegurl" }).end(text);
   }
 
@@ -115,6 +120,7 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     "Catalog.list": list,
     "Catalog.progress": () => mock.progress,
     "Catalog.rescan": () => { mock.progress = { ...mock.progress, running: true }; return { started: true }; },
+    "Film.tracks": (call) => ({ video: [], audio: mock.sounds[call.get("id")] ?? [] }),
     "Stream.open": open,
     "Stream.close": (call) => { mock.streams.delete(call.get("id")); return {}; },
   };
@@ -166,6 +172,13 @@ function withAddresses(playlist, call) {
     return `/webapi/entry.cgi?${own}`;
   };
   return playlist.replace(/^[^#\n].*$/gm, address).replace(/URI="([^"]+)"/g, (_, file) => `URI="${address(file)}"`);
+}
+
+// Begins with the track that the stream was opened with.
+function withDefault(playlist, track) {
+  if (!track) return playlist;
+  const chosen = (rendition) => rendition.includes(`playlist=audio_${track}"`);
+  return playlist.replace(/^#EXT-X-MEDIA.*$/gm, (line) => line.replace(/DEFAULT=\w+/, `DEFAULT=${chosen(line) ? "YES" : "NO"}`));
 }
 
 function sendPage(page, pathname, response) {

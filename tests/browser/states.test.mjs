@@ -284,12 +284,60 @@ test("Player.WaitsForAClickWhereTheBrowserForbidsToStartByItself", async () => {
   await fresh.close();
 });
 
-test("Player.WorksOnATelephoneWithoutSidewaysScrolling", async () => {
+test("Player.ShowsMovingBarsWhereAFilmHasOnlySound", async () => {
+  mock.films[1] = film(2, { duration: 5, video_codec: "", width: 0, height: 0 });
+  mock.files[2] = path.join(process.env.KINORA_MEDIA, "audio_only.m4a");
+  await enter();
+  await openFilm(2);
+  const bars = page.locator(".sound-picture");
+  await bars.waitFor();
+  await page.waitForFunction(() => document.querySelector("video").currentTime > 0.2);
+  await page.locator(".sound-picture.runs").waitFor();
+  assert.equal(await bars.locator("img").isVisible(), false);
+  await page.keyboard.press("k");
+  await page.locator(".sound-picture:not(.runs)").waitFor();
+  await openFilm(3);
+  await playsPast(page, 0.2);
+  assert.equal(await bars.isVisible(), false);
+});
+
+async function enterOnATelephone() {
   await page.context().close();
   page = await newPage(browser, mock.origin, { viewport: kPhone, hasTouch: true, isMobile: true });
-  mock.films = [film(1, { title: "Averylongtitlewithoutanyspace".repeat(6), folder: "deep/".repeat(30) })];
   await enter();
   await page.locator("a.card").first().waitFor();
+}
+
+// What can be touched and is lower or narrower than a fingertip.
+function tooSmall() {
+  return page.evaluate(() => {
+    const touched = [...document.querySelectorAll("a, button, summary, select, input")].filter((element) => element.checkVisibility());
+    const small = touched.filter((element) => {
+      const { width, height } = element.getBoundingClientRect();
+      return width < 43.9 || height < 43.9;
+    });
+    return small.map((element) => element.outerHTML);
+  });
+}
+
+test("Page.HasRoomForFingersOnATelephone", async () => {
+  await enterOnATelephone();
+  await page.locator("summary").tap();
+  await page.locator(".menu-who").tap(); // nothing lies over the menu
+  assert.deepEqual(await tooSmall(), []);
+  await openFilm(2);
+  await playsPast(page, 0.2);
+  await page.keyboard.press("k");
+  await page.keyboard.press("q");
+  await page.getByRole("menu").waitFor();
+  assert.deepEqual(await tooSmall(), []);
+  const { x, width } = await page.getByRole("menu").boundingBox();
+  assert.deepEqual([x, width], [0, kPhone.width]);
+});
+
+test("Player.WorksOnATelephoneWithoutSidewaysScrolling", async () => {
+  mock.films = [film(1, { title: "Averylongtitlewithoutanyspace".repeat(6), folder: "deep/".repeat(30) })];
+  await enterOnATelephone();
   const fits = () => page.evaluate(() => document.documentElement.scrollWidth <= innerWidth);
   assert.ok(await fits(), "library");
   await page.locator("a.card").first().tap();

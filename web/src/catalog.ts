@@ -16,7 +16,6 @@ export interface Film {
   height: number;
   size: number; // bytes
   added: number; // seconds since the epoch
-  playable: boolean;
 }
 
 export interface FilmPage {

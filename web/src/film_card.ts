@@ -36,7 +36,6 @@ function badges(film: Film): HTMLElement {
   return h(
     "div",
     { class: "badges", "aria-hidden": "true" },
-    !film.playable && h("span", { class: "badge warn" }, "Needs converting"),
     sharpness !== "" && h("span", { class: "badge" }, sharpness),
     film.duration > 0 && h("span", { class: "badge" }, formatTime(film.duration)),
   );
@@ -44,10 +43,6 @@ function badges(film: Film): HTMLElement {
 
 export function filmCard(film: Film): HTMLLIElement {
   const place = placeOf(film);
-  const spoken = [
-    film.duration > 0 ? speakTime(film.duration) : "",
-    film.playable ? "" : "needs converting, can’t be played yet",
-  ];
   const link = h(
     "a",
     {
@@ -64,7 +59,7 @@ export function filmCard(film: Film): HTMLLIElement {
       h("div", { class: "watched", hidden: true }, h("div", { class: "watched-part" })),
     ),
     h("span", { class: "card-title", dir: "auto" }, film.title),
-    h("span", { class: "visually-hidden" }, spoken.filter((part) => part !== "").join(", ")),
+    film.duration > 0 && h("span", { class: "visually-hidden" }, speakTime(film.duration)),
     h("span", { class: "card-place", dir: "auto" }, place),
   );
   return h("li", {}, link);

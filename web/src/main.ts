@@ -2,6 +2,7 @@ import { App } from "./app.ts";
 import "./styles/base.css";
 import "./styles/parts.css";
 import "./styles/sign_in.css";
+import "./styles/sound_picture.css";
 import "./styles/library.css";
 import "./styles/player.css";
 

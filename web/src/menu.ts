@@ -11,6 +11,7 @@ export interface Choice {
 export class Menu {
   private readonly list: HTMLElement;
   private readonly shade = h("div", { class: "choices-shade", hidden: true, onclick: () => this.close() });
+  private before: Element | null = null; // what had the focus when it was opened
   readonly button: HTMLButtonElement;
   readonly element: HTMLElement;
 
@@ -60,11 +61,15 @@ export class Menu {
     if (!this.isOpen) return;
     const held = this.list.contains(document.activeElement);
     this.show(false);
-    if (held) this.button.focus({ preventScroll: true });
+    if (!held) return;
+    const { before } = this;
+    const back = before instanceof HTMLElement && before !== document.body && before.isConnected ? before : this.button;
+    back.focus({ preventScroll: true });
   }
 
   private open(): void {
     if (this.element.hidden) return;
+    this.before = document.activeElement;
     this.show(true);
     (this.items.find((item) => item.ariaChecked === "true") ?? this.items[0])?.focus({ preventScroll: true });
   }

@@ -13,6 +13,7 @@ import { PlayerControls } from "./player_controls.ts";
 import { playerAction, type PlayerAction } from "./player_keys.ts";
 import type { PositionStore } from "./positions.ts";
 import { kOriginal, lastQuality, saveQuality, type Quality } from "./quality.ts";
+import { SoundPicture } from "./sound_picture.ts";
 import { watchSurface, type SurfaceEvent } from "./surface.ts";
 import { restoreLoudness, saveLoudness } from "./volume.ts";
 import { Waiting } from "./waiting.ts";
@@ -53,6 +54,7 @@ export class PlayerView {
   private readonly place = h("p", { dir: "auto" });
   private readonly problem = h("div", { class: "player-problem", hidden: true });
   private readonly waiting = new Waiting();
+  private readonly sound_picture: SoundPicture;
   private quality = lastQuality();
   private readonly start_button = h(
     "button",
@@ -66,6 +68,7 @@ export class PlayerView {
   constructor(private readonly context: PlayerContext) {
     const { api, id } = context;
     this.video = h("video", { playsinline: true, preload: "auto", poster: pictureAddress(id, 640) });
+    this.sound_picture = new SoundPicture(this.video, pictureAddress(id, 640));
     this.playback = new Playback(api, this.video, id, this.quality, {
       pin: (wrong) => askPin(wrong, this.element),
       busy: () => this.busy(),
@@ -134,6 +137,7 @@ export class PlayerView {
       "main",
       { class: "player", tabindex: -1, "aria-label": "Player" },
       this.video,
+      this.sound_picture.element,
       this.surface,
       this.waiting.element,
       this.start_button,
@@ -196,7 +200,10 @@ export class PlayerView {
     // A moment of black is less of a jolt than the film's picture between two pictures of it.
     this.video.removeAttribute("poster");
     this.showQuality();
-    if (this.video.videoWidth > 0 || !this.film?.video_codec || this.playback.convert()) return;
+    const seen = this.video.videoWidth > 0;
+    if (!seen && this.film?.video_codec && this.playback.convert()) return;
+    this.sound_picture.show(!seen);
+    if (seen || !this.film?.video_codec) return;
     this.notices.show(`This browser can’t show ${nameFormat(this.film.video_codec)} pictures; only the sound plays.`);
   }
 

@@ -1,4 +1,5 @@
-# kinora_test(NAME SOURCES a_test.cpp ... [LINK targets...] [PLACES | IDENTITIES] [MEDIA] [LABELS ...])
+# kinora_test(NAME SOURCES a_test.cpp ... [LINK targets...] [PLACES | IDENTITIES] [MEDIA] [TIMEOUT seconds]
+#             [LABELS ...])
 #
 # One program with GoogleTest's main, each of its tests a ctest of its own, so that a skipped one is reported as skipped.
 # PLACES: the tests use the fixed places (/tmp/Kinora, /var/packages/Kinora); each runs in a private view of its own.
@@ -29,7 +30,7 @@ if(kinora_way STREQUAL "real")
 endif()
 
 function(kinora_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "PLACES;IDENTITIES;MEDIA" "" "SOURCES;LINK;LABELS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "PLACES;IDENTITIES;MEDIA" "TIMEOUT" "SOURCES;LINK;LABELS")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gmock_main kinora_flags)
   target_precompile_headers(${name} REUSE_FROM test_headers)
@@ -38,6 +39,9 @@ function(kinora_test name)
   if(arg_MEDIA)
     add_dependencies(${name} test_media)
     target_compile_definitions(${name} PRIVATE KINORA_MEDIA_DIR="${PROJECT_BINARY_DIR}/media")
+  endif()
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
   endif()
   set(lock "")
   if(arg_PLACES OR arg_IDENTITIES)
@@ -51,7 +55,7 @@ function(kinora_test name)
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${KINORA_VIEW};${CMAKE_INSTALL_PREFIX}")
   endif()
   gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT 120 LABELS "${arg_LABELS}" ${lock})
+    PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}" ${lock})
 endfunction()
 
 function(kinora_script_test name script)

@@ -145,27 +145,26 @@ bool HasRefusedTheIndex(const ChildResult& result) {
   return result.end == ChildResult::End::kExited && result.status == kUsage;
 }
 
-std::optional<MediaIndex> FindIndex(const SourceIdentity& source) {
+base::Descriptor FindIndex(const SourceIdentity& source) {
   std::string reason;
-  std::optional<MediaIndex> index = IndexOf(source, reason);
-  if (index && index->file) return index;
-  base::Log(LOG_ERR, kUnit, "No index of [" + source.path + "]: " + reason);
-  return std::nullopt;
+  base::Descriptor index = IndexFileOf(source, reason);
+  if (!index) base::Log(LOG_ERR, kUnit, "No index of [" + source.path + "]: " + reason);
+  return index;
 }
 
 FragmentOutcome Make(const SourceIdentity& source, const Part& part, const std::string& path) {
   const base::Descriptor film = OpenSource(source);
   if (!film) return FragmentOutcome::kGone;
-  std::optional<MediaIndex> index = FindIndex(source);
+  base::Descriptor index = FindIndex(source);
   if (!index) return FragmentOutcome::kFailed;
   Scratch scratch(path);
-  ChildResult result = Copy(film.Get(), index->file.Get(), part, scratch);
+  ChildResult result = Copy(film.Get(), index.Get(), part, scratch);
   if (HasRefusedTheIndex(result)) {
     ForgetIndex(source);
     index = FindIndex(source);
     if (!index) return FragmentOutcome::kFailed;
     scratch.Empty();
-    result = Copy(film.Get(), index->file.Get(), part, scratch);
+    result = Copy(film.Get(), index.Get(), part, scratch);
   }
   const FragmentOutcome outcome = Judge(result, part);
   if (outcome != FragmentOutcome::kReady) return outcome;

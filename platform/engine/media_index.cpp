@@ -66,19 +66,24 @@ void NoteUse(int file, const struct stat& status) {
   if (::time(nullptr) - status.st_mtime > kUseNoted) ::futimens(file, nullptr);
 }
 
-// What is kept of this state of the film. A torn or foreign file counts as none.
-std::optional<MediaIndex> Kept(const std::string& path) {
-  base::Descriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+// Empty when nothing is kept of this state of the film. A file whose first byte is zero is torn.
+base::Descriptor OpenKept(const std::string& path) {
+  base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   struct stat status {};
-  if (!file || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  const std::optional<std::string> line = FirstLine(file.Get());
+  char first = '\0';
+  if (!file || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  if (::pread(file.Get(), &first, 1, 0) != 1 || first == '\0') return {};
+  NoteUse(file.Get(), status);
+  return file;
+}
+
+// A torn or foreign file counts as none.
+std::optional<MediaIndex> Kept(const std::string& path) {
+  base::Descriptor file = OpenKept(path);
+  const std::optional<std::string> line = file ? FirstLine(file.Get()) : std::nullopt;
   std::optional<FilmCuts> film = line ? ParseFilmCuts(*line) : std::nullopt;
   if (!film || !film->indexed) return std::nullopt;
-  NoteUse(file.Get(), status);
-  // The helper is to read it, no more.
-  base::Descriptor readable(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-  if (!readable) return std::nullopt;
-  return MediaIndex{std::move(*film), std::move(readable)};
+  return MediaIndex{std::move(*film), std::move(file)};
 }
 
 // A helper that somebody killed, the kernel for want of memory perhaps, is given one more try.
@@ -173,6 +178,12 @@ std::optional<MediaIndex> IndexOf(const SourceIdentity& source, std::string& rea
     base::Log(LOG_ERR, kUnit, "No index of [" + source.path + "]: " + reason);
     return std::nullopt;
   }
+}
+
+base::Descriptor IndexFileOf(const SourceIdentity& source, std::string& reason) {
+  if (base::Descriptor kept = OpenKept(FileOf(source))) return kept;
+  std::optional<MediaIndex> index = IndexOf(source, reason);
+  return index ? std::move(index->file) : base::Descriptor();
 }
 
 void ForgetIndex(const SourceIdentity& source) { ::unlink(FileOf(source).c_str()); }

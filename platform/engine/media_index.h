@@ -31,6 +31,10 @@ struct MediaIndex {
 // scan that was killed is begun anew by who asks next.
 std::optional<MediaIndex> IndexOf(const SourceIdentity& source, std::string& reason);
 
+// The file alone, for who knows how the film is cut: what is kept is not read. Nothing, with the reason, as
+// IndexOf has it, and when there is no index.
+base::Descriptor IndexFileOf(const SourceIdentity& source, std::string& reason);
+
 // Whoever asks next for the index of this state of the film gets a new one.
 void ForgetIndex(const SourceIdentity& source);
 

@@ -1,6 +1,8 @@
 // A plan as text: one JSON object, its members named as those of the structs; a time is a list of its
-// numerator and its denominator.
+// numerator and its denominator. The boundaries of a grid are one text with a blank between two of them: each
+// fragment of a long film that is asked for has to read a thousand.
 
+#include <charconv>
 #include <climits>
 #include <set>
 
@@ -10,9 +12,9 @@
 namespace kinora::engine {
 namespace {
 
-constexpr int kVersion = 1;
+constexpr int kVersion = 2;
 constexpr int64_t kMost = INT64_MAX;
-constexpr Json::ArrayIndex kMostFragments = 1'000'000;
+constexpr size_t kMostFragments = 1'000'000;
 
 Json::Value Number(int64_t number) { return Json::Value(Json::Int64{number}); }
 
@@ -187,24 +189,34 @@ PicturePlan ReadPicture(const Json::Value& record) {
 Json::Value Write(const SegmentGrid& grid) {
   Json::Value record(Json::objectValue);
   record["unit"] = Write(grid.unit);
-  record["boundaries"] = Json::Value(Json::arrayValue);
-  for (const int64_t boundary : grid.boundaries) record["boundaries"].append(Number(boundary));
+  std::string boundaries;
+  for (const int64_t boundary : grid.boundaries) boundaries += std::to_string(boundary) + " ";
+  if (!boundaries.empty()) boundaries.pop_back();
+  record["boundaries"] = boundaries;
   return record;
+}
+
+std::vector<int64_t> ReadBoundaries(const std::string& text) {
+  std::vector<int64_t> boundaries;
+  const char* const end = text.data() + text.size();
+  for (const char* at = text.data();; ++at) {
+    int64_t boundary = 0;
+    const auto [behind, error] = std::from_chars(at, end, boundary);
+    const int64_t least = boundaries.empty() ? 0 : boundaries.back() + 1;
+    if (error != std::errc() || boundary < least) throw MalformedRecord("its cuts are in disorder");
+    boundaries.push_back(boundary);
+    if (behind == end) return boundaries;
+    if (*behind != ' ') throw MalformedRecord("its cuts are no numbers");
+    at = behind;
+  }
 }
 
 SegmentGrid ReadGrid(const Json::Value& record) {
   SegmentGrid grid;
   grid.unit = TimeIn(record, "unit");
-  const Json::Value& boundaries = ListIn(record, "boundaries");
-  if (grid.unit.numerator() == 0 || boundaries.size() < 2 || boundaries.size() > kMostFragments)
+  grid.boundaries = ReadBoundaries(TextIn(record, "boundaries"));
+  if (grid.unit.numerator() == 0 || grid.boundaries.size() < 2 || grid.boundaries.size() > kMostFragments)
     throw MalformedRecord("it has no fragments");
-  int64_t before = -1;
-  for (const Json::Value& boundary : boundaries) {
-    if (!boundary.isInt64() || boundary.asInt64() <= before)
-      throw MalformedRecord("its cuts are in disorder");
-    before = boundary.asInt64();
-    grid.boundaries.push_back(before);
-  }
   if (grid.boundaries.front() != 0) throw MalformedRecord("it does not start at 0");
   return grid;
 }

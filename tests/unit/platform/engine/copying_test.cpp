@@ -321,6 +321,19 @@ TEST_F(Copying, ATornFragmentIsMadeAnew) {
   EXPECT_EQ(ContentOf(path), whole);
 }
 
+TEST_F(Copying, AFragmentHasItsIndexMadeAnewWhereItIsGoneOrTorn) {
+  const StreamPlan plan = PlanFor(Film("pyramid.mp4"));
+  const StreamFolder folder = NewStream();
+  const std::string index = IndexFile();
+  const std::string whole = ContentOf(index);
+  fs::remove(index);
+  EXPECT_EQ(PrepareCopied(folder, plan, 0), FragmentOutcome::kReady);
+  EXPECT_EQ(ContentOf(index), whole);
+  WriteText(index, std::string(whole.size(), '\0'));
+  EXPECT_EQ(PrepareCopied(folder, plan, 1), FragmentOutcome::kReady);
+  EXPECT_EQ(ContentOf(index), whole);
+}
+
 TEST_F(Copying, AFilmThatHasChangedGivesNoFragment) {
   for (const char* change : {"removed", "replaced", "grown", "truncated"}) {
     const SourceTraits film = Film("pyramid.mkv");

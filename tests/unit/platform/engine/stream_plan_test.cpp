@@ -84,11 +84,18 @@ std::string Changed(const std::string& from, const std::string& to) {
 
 TEST(StreamPlanText, IsNoPlanWhenAMemberIsWrong) {
   const std::pair<const char*, const char*> cases[] = {
-      {"\"version\":1", "\"version\":2"},
-      {"\"version\":1", "\"version\":\"1\""},
-      {"\"boundaries\":[0,", "\"boundaries\":[1,"},
-      {"\"boundaries\":[0,", "\"boundaries\":[0,0,"},
-      {"\"boundaries\":[0,", "\"boundaries\":[0,\"1\","},
+      {"\"version\":2", "\"version\":1"},
+      {"\"version\":2", "\"version\":\"2\""},
+      {"\"boundaries\":\"0 ", "\"boundaries\":\"1 "},
+      {"\"boundaries\":\"0 ", "\"boundaries\":\"0 0 "},
+      {"\"boundaries\":\"0 ", "\"boundaries\":\"0  "},
+      {"\"boundaries\":\"0 ", "\"boundaries\":\" 0 "},
+      {"\"boundaries\":\"0 ", "\"boundaries\":\"0,"},
+      {"\"boundaries\":\"0 ", "\"boundaries\":\"0 x "},
+      {"\"boundaries\":\"0 ", "\"boundaries\":\"0 9999999999999999999 "},
+      {"\"boundaries\":\"0 ", "\"boundaries\":\"0\",\"x\":\""},
+      {"\"boundaries\":\"0 ", "\"boundaries\":\"\",\"x\":\""},
+      {"\"boundaries\":\"0 ", "\"boundaries\":1,\"x\":\""},
       {"\"unit\":[1,", "\"unit\":[0,"},
       {"\"unit\":[1,25]", "\"unit\":[1,0]"},
       {"\"unit\":[1,25]", "\"unit\":[1]"},
@@ -104,7 +111,7 @@ TEST(StreamPlanText, IsNoPlanWhenAMemberIsWrong) {
   for (const auto& [from, to] : cases) {
     EXPECT_EQ(ParsePlan(Changed(from, to)), std::nullopt) << to;
   }
-  for (const char* text : {"", "null", "[]", "{}", "{\"version\":1}"})
+  for (const char* text : {"", "null", "[]", "{}", "{\"version\":2}"})
     EXPECT_EQ(ParsePlan(text), std::nullopt);
   EXPECT_EQ(ParsePlan(std::string(100'000, '[')), std::nullopt);
 }

@@ -174,11 +174,13 @@ bool Supervisor::IsIdle() {
   return false;
 }
 
-// The last fragment that an encoder has begun counts only if it ended well: it finishes the file in any case.
+// An encoder writes a fragment when it is through with it, and then its list: nobody need wait until the next
+// one is begun, which is as late as that one's end. The last fragment counts only if the encoder ended well:
+// it finishes the file in any case, and the list with it.
 bool Supervisor::HasNext(bool ended) const {
   const int next = progress_.newest + 1;
   if (next > options_.run.last || !folder_.IsMade(next)) return false;
-  return folder_.IsBegun(next + 1) || (ended && encoder_.Succeeded());
+  return folder_.IsCut(next) || folder_.IsBegun(next + 1) || (ended && encoder_.Succeeded());
 }
 
 // An encoder may be faster than we can stop it: what it has made beyond the lead waits in the run's folder.

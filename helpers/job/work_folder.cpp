@@ -6,6 +6,7 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <memory>
@@ -20,6 +21,9 @@ namespace {
 
 constexpr char kRunPrefix[] = "run-";
 constexpr std::string_view kExtension = ".ts";
+constexpr char kList[] = "made.m3u8";
+constexpr std::string_view kEndOfFilm = "#EXT-X-ENDLIST";
+constexpr size_t kLongestList = 4096;  // of two fragments
 
 [[noreturn]] void Fail(const std::string& what, int error = errno) {
   throw std::system_error(error, std::generic_category(), what);
@@ -176,6 +180,15 @@ bool WorkFolder::IsMade(int number) const { return Exists(run_.Get(), FileOf(num
 
 bool WorkFolder::IsBegun(int number) const {
   return IsMade(number) || Exists(run_.Get(), FileOf(number) + ".tmp");
+}
+
+bool WorkFolder::IsCut(int number) const {
+  const base::Descriptor file(::openat(run_.Get(), kList, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  std::array<char, kLongestList> bytes{};
+  const ssize_t got = file ? ::read(file.Get(), bytes.data(), bytes.size()) : -1;
+  const std::string_view list(bytes.data(), got < 0 ? 0 : static_cast<size_t>(got));
+  return list.find("\n" + FileOf(number) + "\n") != std::string_view::npos &&
+         list.find(kEndOfFilm) == std::string_view::npos;
 }
 
 uint64_t WorkFolder::Unpublished() const {

@@ -5,7 +5,9 @@
 //   wanted                    the number of the fragment that was asked for last
 //   waiting                   held (a shared lock) by every request that waits for a fragment
 //   job.json                  the record of the job
-//   run-<pid>/                what the encoder writes: <n>.ts.tmp, renamed to <n>.ts
+//   run-<pid>/                what the encoder writes: <n>.ts.tmp, renamed to <n>.ts, then made.m3u8, the
+//   list of
+//                             the newest ones
 #pragma once
 
 #include <sys/stat.h>
@@ -51,6 +53,8 @@ class WorkFolder {
   // Whether the encoder has finished fragment `number`, as far as its name tells, and begun `number` + 1.
   bool IsMade(int number) const;
   bool IsBegun(int number) const;
+  // Whether the encoder's list names it and is not the last one: the encoder goes on behind that fragment.
+  bool IsCut(int number) const;
   // Bytes of all that it has written and is not published: what grows while it works.
   uint64_t Unpublished() const;
   void DropUnpublished() const;

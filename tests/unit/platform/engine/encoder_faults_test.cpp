@@ -36,6 +36,10 @@ for word; do
   last_word=$word
 done
 begin() { : >/proc/self/fd/4/$1.ts.tmp; }
+list() {
+  printf '#EXTM3U\n#EXTINF:1.0,\n%s.ts\n%s' $1 $2 >/proc/self/fd/4/list.tmp
+  mv /proc/self/fd/4/list.tmp /proc/self/fd/4/made.m3u8
+}
 make() { cat $folder/$1.ts >/proc/self/fd/4/$1.ts.tmp && mv /proc/self/fd/4/$1.ts.tmp /proc/self/fd/4/$1.ts; }
 )";
 
@@ -155,6 +159,19 @@ head -c 1000 $folder/4.ts >/proc/self/fd/4/4.ts; exit 0)");
   EXPECT_FALSE(Has(kFragments - 1));
   EXPECT_THAT(Record().words, HasSubstr("damaged"));
   EXPECT_THAT(Leftovers(), IsEmpty());
+}
+
+TEST_F(EncoderFaults, AFragmentIsShownWhenItIsCutAndNotWhenTheNextOneIsBegun) {
+  ASSERT_NO_FATAL_FAILURE(MakeFragments());
+  SCRIPT_OR_SKIP("make 0; list 0; exec sleep 600");
+  EXPECT_EQ(Prepare1(0), FragmentOutcome::kReady);
+}
+
+TEST_F(EncoderFaults, TheLastFragmentOfAnEncoderThatWasEndedIsNeverShown) {
+  ASSERT_NO_FATAL_FAILURE(MakeFragments());
+  SCRIPT_OR_SKIP("make 0; list 0 '#EXT-X-ENDLIST'; exit 255");
+  EXPECT_EQ(Prepare1(0), FragmentOutcome::kFailed);
+  EXPECT_FALSE(Has(0));
 }
 
 TEST_F(EncoderFaults, AnEncoderThatEndsWellWithoutOutputHasFailed) {

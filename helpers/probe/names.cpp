@@ -103,16 +103,17 @@ std::string CodecName(AVCodecID codec, AVPixelFormat pixel_format) {
   return name;
 }
 
-std::string VideoCodecName(AVCodecID codec, AVPixelFormat pixel_format, int profile, int level) {
+std::string VideoCodecName(AVCodecID codec, AVPixelFormat pixel_format, int profile, int level,
+                           AVFieldOrder order) {
   constexpr int kHighestLevel = 52;
-  std::string name = CodecName(codec, pixel_format);
-  if (codec != AV_CODEC_ID_H264) return name;
+  const std::string name = CodecName(codec, pixel_format);
+  if (name != "h264") return name;  // another codec, or its samples have said so already
   const int kind = profile & ~(FF_PROFILE_H264_CONSTRAINED | FF_PROFILE_H264_INTRA);
   const bool common = profile < 0 || kind == FF_PROFILE_H264_BASELINE || kind == FF_PROFILE_H264_MAIN ||
                       kind == FF_PROFILE_H264_HIGH;
-  // Other samples have said so already.
-  if (name == "h264" && (!common || level > kHighestLevel)) name += "_rare";
-  return name;
+  if (!common || level > kHighestLevel) return name + "_rare";
+  const bool interlaced = order != AV_FIELD_UNKNOWN && order != AV_FIELD_PROGRESSIVE;
+  return interlaced ? name + "_interlaced" : name;
 }
 
 }  // namespace kinora::helper

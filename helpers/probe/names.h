@@ -6,6 +6,7 @@
 
 extern "C" {
 #include <libavcodec/codec_id.h>
+#include <libavcodec/codec_par.h>
 #include <libavutil/pixfmt.h>
 }
 
@@ -24,9 +25,11 @@ std::string MatroskaDocType(std::string_view head);
 // "h264_422", "hevc_10bit", "prores_422_10bit". Empty for an unknown codec.
 std::string CodecName(AVCodecID codec, AVPixelFormat pixel_format);
 
-// The same with "_rare" behind it for H.264 of a profile or a level beyond those that players agree on
-// (baseline, main and high up to level 5.2), which samples of 8-bit 4:2:0 do not rule out. `profile` and
-// `level` are libavcodec's numbers; negative: not known.
-std::string VideoCodecName(AVCodecID codec, AVPixelFormat pixel_format, int profile, int level);
+// The same with a suffix for H.264 whose samples are 8-bit 4:2:0 and that few players show well all the same:
+// "_rare" for a profile or a level beyond those that players agree on (baseline, main and high up to level
+// 5.2), "_interlaced" for two fields in a picture, which browsers show as combs. `profile` and `level` are
+// libavcodec's numbers; negative: not known.
+std::string VideoCodecName(AVCodecID codec, AVPixelFormat pixel_format, int profile, int level,
+                           AVFieldOrder order);
 
 }  // namespace kinora::helper

@@ -101,7 +101,8 @@ Json::Value VideoTrack(AVFormatContext* context, AVStream* stream) {
   const AVCodecParameters& parameters = *stream->codecpar;
   const auto pixel_format = static_cast<AVPixelFormat>(parameters.format);
   Json::Value track = Track(*stream);
-  track["codec"] = VideoCodecName(parameters.codec_id, pixel_format, parameters.profile, parameters.level);
+  track["codec"] = VideoCodecName(parameters.codec_id, pixel_format, parameters.profile, parameters.level,
+                                  parameters.field_order);
   track["profile"] = Text(avcodec_profile_name(parameters.codec_id, parameters.profile));
   track["level"] = std::max(parameters.level, 0);
   track["pixel_format"] = Text(av_get_pix_fmt_name(pixel_format));

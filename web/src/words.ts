@@ -127,6 +127,7 @@ const kUnusual: readonly [RegExp, (found: string) => string][] = [
   [/^(\d+)bit$/, (bits) => `${bits}-bit`],
   [/^(4\d\d)$/, (chroma) => [...chroma].join(":")],
   [/^(rare)$/, () => "in a rare profile"],
+  [/^(interlaced)$/, (word) => word],
 ];
 
 function nameSuffix(suffix: string): string {

@@ -80,6 +80,7 @@ const kFormats: [string, string][] = [
   ["hevc_422_12bit", "HEVC 4:2:2 12-bit"],
   ["h264_444", "H.264 4:4:4"],
   ["h264_rare", "H.264 in a rare profile"],
+  ["h264_interlaced", "H.264 interlaced"],
   ["pcm_s16le", "PCM"],
   ["wmav2", "Windows Media Audio"],
   ["dts", "DTS"],

@@ -85,13 +85,14 @@ TEST(CodecName, BearsWhatFewPlayersTake) {
   for (const auto& row : cases) EXPECT_EQ(CodecName(row.codec, row.format), row.name);
 }
 
-TEST(VideoCodecName, BearsAProfileOrLevelThatFewPlayersTake) {
+TEST(VideoCodecName, BearsWhatFewPlayersShowWell) {
   const struct {
     AVCodecID codec;
     AVPixelFormat format;
     int profile;
     int level;
     const char* name;
+    AVFieldOrder order = AV_FIELD_PROGRESSIVE;
   } cases[] = {
       {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_BASELINE, 30, "h264"},
       {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_CONSTRAINED_BASELINE, 30, "h264"},
@@ -107,9 +108,15 @@ TEST(VideoCodecName, BearsAProfileOrLevelThatFewPlayersTake) {
       {AV_CODEC_ID_HEVC, AV_PIX_FMT_YUV420P, FF_PROFILE_HEVC_REXT, 186, "hevc"},
       {AV_CODEC_ID_MPEG4, AV_PIX_FMT_YUV420P, FF_PROFILE_MPEG4_ADVANCED_SIMPLE, 245, "mpeg4"},
       {AV_CODEC_ID_NONE, AV_PIX_FMT_NONE, FF_PROFILE_UNKNOWN, FF_LEVEL_UNKNOWN, ""},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_HIGH, 40, "h264", AV_FIELD_UNKNOWN},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_HIGH, 40, "h264_interlaced", AV_FIELD_TT},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_HIGH, 40, "h264_interlaced", AV_FIELD_BT},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, FF_PROFILE_H264_EXTENDED, 30, "h264_rare", AV_FIELD_TT},
+      {AV_CODEC_ID_H264, AV_PIX_FMT_YUV422P, FF_PROFILE_H264_HIGH_422, 40, "h264_422", AV_FIELD_TT},
+      {AV_CODEC_ID_MPEG2VIDEO, AV_PIX_FMT_YUV420P, FF_PROFILE_MPEG2_MAIN, 8, "mpeg2video", AV_FIELD_TT},
   };
   for (const auto& row : cases) {
-    EXPECT_EQ(VideoCodecName(row.codec, row.format, row.profile, row.level), row.name)
+    EXPECT_EQ(VideoCodecName(row.codec, row.format, row.profile, row.level, row.order), row.name)
         << row.profile << ' ' << row.level;
   }
 }

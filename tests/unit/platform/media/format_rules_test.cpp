@@ -62,6 +62,8 @@ TEST(FormatRules, SendRawWhatBrowsersPlayWhenTheChoiceIsLeftToThem) {
       {"mp4", "h264_422", "aac", {"webm_remux", "hls", "ss"}},
       {"mp4", "h264_444", "aac", {"webm_remux", "hls", "ss"}},
       {"mp4", "h264_rare", "aac", {"webm_remux", "hls", "ss"}},
+      {"mp4", "h264_interlaced", "aac", {"webm_remux", "hls", "ss"}},
+      {"mpegts", "h264_interlaced", "mp2", {"webm_remux", "hls", "ss"}},
       {"mp4", "h264", "opus", {"raw"}},
       {"mp4", "h264_400", "aac", {"webm_remux", "hls", "ss"}},
       {"mov", "av1", "aac", {"webm_remux", "hls", "ss"}},
@@ -194,8 +196,8 @@ TEST(FormatRules, SayWhy) {
   EXPECT_EQ(reason("raw", other), "another sound track than the first was chosen");
 }
 
-TEST(FormatRules, CopyHevcOnlyForThoseWhoAskForIt) {
-  for (const char* video : {"hevc", "hevc_10bit"}) {
+TEST(FormatRules, CopyWhatBrowsersDoNotShowWellOnlyForThoseWhoAskForIt) {
+  for (const char* video : {"h264_interlaced", "hevc", "hevc_10bit"}) {
     const FormatTraits traits = Traits("mkv", video, "eac3");
     EXPECT_THAT(Choose(traits, "hls_remux"), ElementsAre("hls_remux"));
     EXPECT_THAT(Choose(traits, "auto"), ElementsAre("webm_remux", "hls", "ss"));
@@ -222,7 +224,7 @@ class FormatMatrixTest : public testing::Test {
   static Verdict Remux(const std::string& container, const std::string& video, const std::string& audio) {
     if (!In(container, {"mp4", "mov", "mkv", "mpegts"}) || audio == "unknown_codec") return Verdict::kRefused;
     if (video == "h264") return Verdict::kCopies;
-    return In(video, {"hevc", "hevc_10bit"}) ? Verdict::kOnRequest : Verdict::kRefused;
+    return In(video, {"h264_interlaced", "hevc", "hevc_10bit"}) ? Verdict::kOnRequest : Verdict::kRefused;
   }
   static Verdict Transcode(const std::string& container, const std::string& video, const std::string& audio) {
     const bool decodes = video != "unknown_codec" && audio != "unknown_codec" && video + audio != "";
@@ -242,6 +244,7 @@ TEST_F(FormatMatrixTest, EveryCombinationHasItsVerdictAndAReason) {
                             "asf", "ogg", "mxf", "dv",   "wtv",    "rm",  "nut",  ""};
   const Names videos = {"h264",
                         "h264_rare",
+                        "h264_interlaced",
                         "h264_10bit",
                         "h264_422",
                         "h264_422_10bit",

@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <syslog.h>
 
 #include <filesystem>
 
@@ -41,6 +42,25 @@ TEST_F(VideoFormateProfileTest, IsTrueAndAppendsNothingWhenNothingIsAllowed) {
   EXPECT_TRUE(VideoFormateProfile::DetermintStreamFormat("dash", "mp4", "h264", "aac", Tracks({"aac"}), true,
                                                          formats));
   EXPECT_THAT(formats, ElementsAre());
+}
+
+TEST_F(VideoFormateProfileTest, SaysInTheLogWhyItDecidesSo) {
+  ::openlog("test", LOG_PERROR, LOG_USER);
+  testing::internal::CaptureStderr();
+  std::vector<std::string> formats;
+  VideoFormateProfile::DetermintStreamFormat("auto", "mkv", "h264_10bit", "dts", Tracks({"dts"}), true,
+                                             formats);
+  ::closelog();
+  const std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(formats, ElementsAre("webm_remux", "hls", "ss"));
+  for (const char* reason :
+       {"raw: browsers do not play h264_10bit with dts in mkv; a player that asks for it may",
+        "hls_remux: the video codec h264_10bit is not copied", "hls: h264_10bit with dts in mkv is converted",
+        "webm_remux: h264_10bit with dts in mkv is converted",
+        "ss: h264_10bit with dts in mkv is converted"}) {
+    EXPECT_THAT(log,
+                testing::ContainsRegex("media/video_formate_profile:[0-9]+ " + std::string(reason) + "\n"));
+  }
 }
 
 TEST_F(VideoFormateProfileTest, TakesTracksOfAnyShape) {

@@ -89,6 +89,11 @@ TEST(CodecString, NamesProfileAndLevel) {
   const std::string main10_high_tier = "\1\x22\x20\0\0\0\xb0\0\0\0\0\0\x99"s;
   EXPECT_EQ(CodecString(AV_CODEC_ID_HEVC, main10_high_tier), "hvc1.2.4.H153.b0");
   EXPECT_EQ(CodecString(AV_CODEC_ID_HEVC, main.substr(0, 12)), "");
+  const std::string parameter_sets =
+      "\0\0\0\1\x40\1\x0c\0\0\0\1\x42\1\1\1\x60\0\0\3\0\x90\0\0\3\0\0\3\0\x5d\xa0"s;
+  EXPECT_EQ(CodecString(AV_CODEC_ID_HEVC, parameter_sets), "hvc1.1.6.L93.90");
+  EXPECT_EQ(CodecString(AV_CODEC_ID_HEVC, parameter_sets.substr(0, 27)), "");
+  EXPECT_EQ(CodecString(AV_CODEC_ID_HEVC, parameter_sets.substr(0, 12)), "");
   EXPECT_EQ(CodecString(AV_CODEC_ID_VP8, main), "");
 }
 

@@ -246,7 +246,7 @@ bool IsCopiedFrom(const std::string& container) {
 
 CopyDecision PlanCopy(const SourceTraits& source) {
   if (source.video.track < 0) return Never("it has no picture");
-  if (!IsOneOf(source.video.codec, {"h264", "hevc"}))
+  if (!IsOneOf(source.video.codec, {"h264", "h264_interlaced", "hevc", "hevc_10bit"}))
     return Never("players are not given " + source.video.codec);
   if (!IsCopiedFrom(source.container)) return Never("films in " + source.container + " are not cut");
   std::string reason;

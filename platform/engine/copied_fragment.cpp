@@ -201,16 +201,28 @@ void Sort(const std::string& folder, std::vector<KeptFile>& fragments, std::vect
   }
 }
 
-// The fragments that were wanted longest ago go. One that is being read can go: its reader has it open.
-void RemoveOld(const std::string& folder, uint64_t quota) {
+// Of one more fragment, in bytes. It may be as large as the largest so far, or as the plan says.
+uint64_t RoomFor(const std::vector<KeptFile>& fragments, uint64_t planned) {
+  uint64_t room = planned;
+  for (const KeptFile& fragment : fragments) room = std::max(room, fragment.size);
+  return room;
+}
+
+// The fragments that were wanted longest ago go, so that one more has its place under the quota. One that is
+// being read can go: its reader has it open.
+void MakeRoom(const std::string& folder, uint64_t planned) {
+  const uint64_t quota = system::LoadSettings(system::kSettingsFile).stream_quota;
   std::vector<KeptFile> fragments;
   std::vector<fs::path> gone;
   Sort(folder, fragments, gone);
   std::sort(fragments.begin(), fragments.end(), IsLater);
-  uint64_t bytes = 0;
+  uint64_t bytes = RoomFor(fragments, planned);
   for (size_t i = 0; i < fragments.size(); ++i) {
     bytes += fragments[i].size;
-    if (i >= kMostKept || (i >= kLeastKept && bytes > quota)) gone.push_back(fragments[i].path);
+    const size_t with_the_new_one = i + 2;
+    if (with_the_new_one > kMostKept || (with_the_new_one > kLeastKept && bytes > quota)) {
+      gone.push_back(fragments[i].path);
+    }
   }
   for (const fs::path& path : gone) ::unlink(path.c_str());
 }
@@ -219,21 +231,26 @@ void RemoveOld(const std::string& folder, uint64_t quota) {
 bool Touch(const std::string& path) { return ::utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0; }
 
 FragmentOutcome Prepare(const StreamFolder& folder, const SourceIdentity& source, const FragmentId& id,
-                        const Part& part) {
+                        const Part& part, uint64_t planned) {
   const std::string path = folder.WorkPath(FileName(id));
   if (IsWhole(path) && Touch(path)) return FragmentOutcome::kReady;
   try {
-    const FragmentOutcome outcome = Make(source, part, path);
-    if (outcome == FragmentOutcome::kReady) {
-      RemoveOld(folder.WorkPath(""), system::LoadSettings(system::kSettingsFile).stream_quota);
-    }
-    return outcome;
+    MakeRoom(folder.WorkPath(""), planned);
+    return Make(source, part, path);
   } catch (const std::system_error& error) {
     base::Log(LOG_ERR, kUnit, error.what());
     if (error.code() == std::errc::no_space_on_device) return FragmentOutcome::kNoSpace;
     return error.code() == std::errc::no_such_file_or_directory ? FragmentOutcome::kGone
                                                                 : FragmentOutcome::kFailed;
   }
+}
+
+// What so much film takes at most, in bytes: the packets of a transport stream add a part of their own. The
+// rate is what a file says of itself.
+uint64_t BytesAt(int64_t bits_per_second, const MediaTime& length) {
+  constexpr double kMost = 1e15;
+  const double bytes = double(bits_per_second) / 8 * boost::rational_cast<double>(length) * 9 / 8;
+  return static_cast<uint64_t>(std::clamp(bytes, 0.0, kMost));
 }
 
 bool HasFragment(const SegmentGrid& grid, int number) { return number >= 0 && number < grid.Count(); }
@@ -265,6 +282,13 @@ CopyDecision PlanCopy(const SourceTraits& source) {
   return {CopyVerdict::kCopies, std::move(plan), ""};
 }
 
+bool CanCopySound(const SourceTraits& source) {
+  if (!IsCopiedFrom(source.container)) return false;
+  std::string reason;
+  const std::optional<MediaIndex> index = IndexOf(source.identity, reason);
+  return index && index->film.indexed && index->film.video == source.video.track;
+}
+
 SegmentGrid MakeSoundGrid(const MediaTime& duration) {
   SegmentGrid grid;
   grid.unit = MediaTime(1, kTransportClock);
@@ -283,7 +307,8 @@ FragmentOutcome PrepareCopied(const StreamFolder& folder, const StreamPlan& plan
   Part part = PartOf(plan.grid, number);
   part.video = std::to_string(plan.source.video.track);
   if (plan.SoundIsMuxed()) part.audio = std::to_string(plan.audio.front().track);
-  return Prepare(folder, plan.source.identity, FragmentId{std::nullopt, number}, part);
+  return Prepare(folder, plan.source.identity, FragmentId{std::nullopt, number}, part,
+                 BytesAt(plan.picture.bitrate, plan.grid.Duration(number)));
 }
 
 FragmentOutcome PrepareCopiedAudio(const StreamFolder& folder, const StreamPlan& plan, const AudioPlan& audio,
@@ -291,7 +316,8 @@ FragmentOutcome PrepareCopiedAudio(const StreamFolder& folder, const StreamPlan&
   if (!HasFragment(plan.grid, number)) return FragmentOutcome::kFailed;
   Part part = PartOf(plan.grid, number);
   part.audio = std::to_string(audio.track);
-  return Prepare(folder, plan.source.identity, FragmentId{audio.track, number}, part);
+  return Prepare(folder, plan.source.identity, FragmentId{audio.track, number}, part,
+                 BytesAt(audio.bitrate, plan.grid.Duration(number)));
 }
 
 }  // namespace kinora::engine

@@ -38,11 +38,16 @@ bool IsCopiedFrom(const std::string& container);
 // its own key frames, at least about six seconds apart.
 CopyDecision PlanCopy(const SourceTraits& source);
 
+// Whether sound can be copied out of the film beside a picture that is not: what its packets are found by is
+// there. Of a large film without an index of its own it is being made in the background.
+bool CanCopySound(const SourceTraits& source);
+
 // For sound alone: a grid of six seconds.
 SegmentGrid MakeSoundGrid(const MediaTime& duration);
 
 // Makes main fragment `number`: the video, and the sound when the plan has it muxed. Fragments made long ago
-// go, so that a stream keeps a few only: who does not find the file any more when he opens it asks again.
+// go before, so that a stream keeps a few only and stays under its quota: who does not find the file any more
+// when he opens it asks again.
 FragmentOutcome PrepareCopied(const StreamFolder& folder, const StreamPlan& plan, int number);
 
 // Makes fragment `number` of an audio track (AudioWay::kCopy) that is a rendition of its own.

@@ -14,6 +14,9 @@
 
 namespace kinora::engine {
 
+// The audio format of those who want AC-3 and E-AC-3 as they are.
+inline constexpr char kCopyAc3[] = "ac3_copy";
+
 // The viewer's wishes, as HttpLiveStream::Init takes them.
 struct StreamWishes {
   std::string audio_track;

@@ -30,7 +30,7 @@ bool IsPlainAac(const AudioTraits& audio) {
 // `mp3` tells that MP3 goes out even if nobody has asked for it.
 bool IsCopied(const AudioTraits& audio, const std::string& format, int most_channels, bool copies, bool mp3) {
   if (audio.channels <= 0 || audio.frequency <= 0) return false;
-  if (format == "ac3_copy" && IsOneOf(audio.codec, {"ac3", "eac3"})) return true;
+  if (format == kCopyAc3 && IsOneOf(audio.codec, {"ac3", "eac3"})) return true;
   if (!copies || audio.channels > std::max(most_channels, kStereo)) return false;
   if (format == "mp3") return audio.codec == "mp3";
   return IsPlainAac(audio) || (format != "aac" && mp3 && audio.codec == "mp3");
@@ -85,7 +85,7 @@ std::variant<std::vector<AudioPlan>, Refusal> PlanSound(const SourceTraits& sour
                                                         const StreamWishes& wishes,
                                                         const media::TransProfile& profile,
                                                         const SoundWays& ways) {
-  if (!IsOneOf(wishes.audio_format, {"", "ac3_copy", "aac", "mp3"}))
+  if (!IsOneOf(wishes.audio_format, {"", kCopyAc3, "aac", "mp3"}))
     return Refusal{kAudioNotSupported, "no such audio format [" + wishes.audio_format + "]"};
   const bool can_copy = CanCopyFrom(source.container);
   // Not every player changes from one codec to another when it changes tracks.

@@ -28,6 +28,14 @@ std::optional<CopyDecision> DecideCopy(const SourceTraits& source, const media::
   return PlanCopy(source);
 }
 
+// Sound that cannot be copied, or not yet, is encoded as if nothing had been said about it.
+StreamWishes WishesThatCanBeMet(const SourceTraits& source, const media::TransProfile& profile,
+                                StreamWishes wishes) {
+  if (wishes.audio_format == kCopyAc3 && !CopiesVideo(profile) && !CanCopySound(source))
+    wishes.audio_format.clear();
+  return wishes;
+}
+
 // The plan comes last: a stream is open when it is there.
 std::optional<Refusal> WriteAll(const StreamFolder& folder, const StreamPlan& plan,
                                 const Json::Value& stream_url) {
@@ -55,7 +63,8 @@ std::optional<Refusal> OpenHls(const StreamFolder& folder, const Json::Value& st
   const auto source = LookAtSource(request->file_path);
   if (const auto* const refusal = std::get_if<Refusal>(&source)) return *refusal;
   const SourceTraits& traits = std::get<SourceTraits>(source);
-  const auto plan = PlanStream(traits, wishes, *profile, DecideCopy(traits, *profile), LookAtMachine());
+  const auto plan = PlanStream(traits, WishesThatCanBeMet(traits, *profile, wishes), *profile,
+                               DecideCopy(traits, *profile), LookAtMachine());
   if (const auto* const refusal = std::get_if<Refusal>(&plan)) return *refusal;
   return WriteAll(folder, std::get<StreamPlan>(plan), stream_url);
 }

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -254,6 +255,31 @@ TEST_F(HlsStream, MakesTheFragmentsOfEachTrack) {
   }
   EXPECT_FALSE(stream.Transcoding("a3_0"));
   EXPECT_TRUE(stream.Close());
+}
+
+TEST_F(HlsStream, EncodesTheSoundOfALargeFilmWithoutAnIndexUntilThatIsMade) {
+  const std::string film = Film("fragmented_ac3.mp4");
+  // Behind the film comes a box of nothing, which takes no place on the disk.
+  std::ofstream(film, std::ios::binary | std::ios::app) << std::string("\x20\0\0\0free", 8);
+  fs::resize_file(film, fs::file_size(film) - 8 + 0x20000000);
+  const auto sound_of = [&](const HttpLiveStream& stream) {
+    return ReadPlan(StreamFolder::Open("HLS", stream.GetStreamID()).value())->audio.at(0);
+  };
+  HttpLiveStream early = Prepared(film);
+  ASSERT_TRUE(Init(early, "", "ac3_copy")) << early.GetErrorString();
+  EXPECT_EQ(sound_of(early).codec, "aac");
+  EXPECT_TRUE(early.Transcoding("0"));
+  EXPECT_TRUE(early.Close());
+
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  for (std::string codec; codec != "ac3";) {
+    ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the film is not scanned";
+    HttpLiveStream later = Prepared(film);
+    ASSERT_TRUE(Init(later, "", "ac3_copy")) << later.GetErrorString();
+    codec = sound_of(later).codec;
+    EXPECT_TRUE(codec != "ac3" || later.Transcoding("a1_0"));
+    EXPECT_TRUE(later.Close());
+  }
 }
 
 TEST_F(HlsStream, HasNoOtherFragmentsThanThoseOfItsPlan) {

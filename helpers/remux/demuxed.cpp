@@ -28,8 +28,8 @@ class Collector {
     }
     Discard();
     if (splits_ && selection_.audio) {
-      splitter_.emplace(context_->streams[film_.tracks[*selection_.audio].stream]->codecpar->codec_id,
-                        film_.tracks[*selection_.audio].time_base);
+      const IndexTrack& sound = film_.tracks[*selection_.audio];
+      splitter_.emplace(CodecOf(sound), sound.time_base);
     }
   }
 
@@ -69,6 +69,12 @@ class Collector {
   }
 
   [[noreturn]] static void Mismatch() { throw Failure(kUnreadable, "the film is not what its index says"); }
+
+  // The index's word: here the demuxer has only seen the beginning, and not all files tell there.
+  static AVCodecID CodecOf(const IndexTrack& track) {
+    const AVCodecDescriptor* codec = avcodec_descriptor_get_by_name(track.codec.c_str());
+    return codec == nullptr ? AV_CODEC_ID_NONE : codec->id;
+  }
 
   const IndexTrack& Anchor() const { return film_.tracks[static_cast<size_t>(film_.anchor)]; }
   int64_t SoundTicks(size_t i) const { return film_.Ticks(film_.tracks[*selection_.audio], sounds_[i]->dts); }

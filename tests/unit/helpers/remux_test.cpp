@@ -144,13 +144,13 @@ const std::vector<int64_t> kEvery10 = {0, 10427, 20854};
 INSTANTIATE_TEST_SUITE_P(
     Films, CopiedFilm,
     testing::Values(Film{"pyramid.mp4", kEvery2}, Film{"pyramid.mkv", kEvery2}, Film{"pyramid.ts", kEvery2},
-                    Film{"plain.mp4", kEvery4}, Film{"plain.mkv", kEvery4}, Film{"plain.ts", kEvery4},
-                    Film{"film_rate.mp4", kEvery10}, Film{"film_rate.mkv", kEvery10},
-                    Film{"film_rate.ts", kEvery10}, Film{"negative_composition.mp4", kEvery2},
-                    Film{"fragmented.mp4", kEvery2}, Film{"eac3.mkv", kEvery4},
-                    Film{"silent.mkv", kEvery2, "0", "-"}, Film{"silent.mp4", kEvery2, "0", "-"},
-                    Film{"late_picture.mkv", kEvery2}, Film{"no_cues.mkv", kEvery2},
-                    Film{"hevc.mkv", {0, 6000, 12000}, "0", "-"},
+                    Film{"pyramid.m2ts", kEvery2}, Film{"plain.mp4", kEvery4}, Film{"plain.mkv", kEvery4},
+                    Film{"plain.ts", kEvery4}, Film{"film_rate.mp4", kEvery10},
+                    Film{"film_rate.mkv", kEvery10}, Film{"film_rate.ts", kEvery10},
+                    Film{"negative_composition.mp4", kEvery2}, Film{"fragmented.mp4", kEvery2},
+                    Film{"eac3.mkv", kEvery4}, Film{"silent.mkv", kEvery2, "0", "-"},
+                    Film{"silent.mp4", kEvery2, "0", "-"}, Film{"late_picture.mkv", kEvery2},
+                    Film{"no_cues.mkv", kEvery2}, Film{"hevc.mkv", {0, 6000, 12000}, "0", "-"},
                     Film{"hevc.mp4", {0, 6000, 12000}, "0", "-"}, Film{"sound.m4a", {}, "-", "0"}),
     [](const testing::TestParamInfo<Film>& film) {
       std::string name = film.param.name;
@@ -216,6 +216,8 @@ TEST(Index, NamesTheCodecAsPlaylistsDo) {
             "avc1.4d400b");
   EXPECT_EQ(MakeIndex(CopyMedia("pyramid.ts"), folder.File("index")).line["codec"].asString(), "avc1.4d400b");
   EXPECT_EQ(MakeIndex(CopyMedia("hevc.mp4"), folder.File("index")).line["codec"].asString(),
+            "hvc1.1.6.L30.90");
+  EXPECT_EQ(MakeIndex(CopyMedia("hevc.ts"), folder.File("index")).line["codec"].asString(),
             "hvc1.1.6.L30.90");
 }
 

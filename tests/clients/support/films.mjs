@@ -21,6 +21,7 @@ export const kTones = [440, 880]; // Hertz, of the first and the second track
 const kFilms = {
   "copied picture.mkv": [...kPicture, ...tone(kTones[0]), ...kH264, "-c:a", "ac3", "-b:a", "96k"],
   "copied.mp4": [...kPicture, ...tone(kTones[0]), ...kH264, "-bf", "2", "-c:a", "aac", "-movflags", "+faststart"],
+  "copied with MP3.mkv": [...kPicture, ...tone(kTones[0]), ...kH264, "-c:a", "libmp3lame"],
   "encoded.avi": [...kPicture, ...tone(kTones[0]), ...kMpeg2, "-c:a", "libmp3lame"],
   "copied with two tracks.mkv": [...kPicture, ...tone(kTones[0]), ...tone(kTones[1]), ...kTwoTracks, ...kH264, "-c:a:0", "aac", "-c:a:1", "libmp3lame", "-ac", "2", ...kNames],
   "encoded with two tracks.mkv": [...kPicture, ...tone(kTones[0]), ...tone(kTones[1]), ...kTwoTracks, ...kMpeg2, "-c:a", "ac3", ...kNames],
@@ -32,6 +33,8 @@ export const kPlayed = [
   { film: "copied.mp4", format: "hls_remux" },
   { film: "encoded.avi", format: "hls" },
 ];
+// Those that are played through and nothing else.
+export const kPlayedThrough = [...kPlayed, { film: "copied with MP3.mkv", format: "hls_remux" }];
 export const kTracks = [{ name: "Original", language: "en" }, { name: "Deutsch", language: "de" }];
 export const kSwitched = [
   { film: "copied with two tracks.mkv", format: "hls_remux" },

@@ -14,9 +14,9 @@ export class Refused extends Error {
   }
 }
 
-// fill(folder) puts the films there.
-export async function openHouse(fill) {
-  const kinora = await startKinora(fill);
+// fill(folder) puts the films there; settings are those that differ from the defaults.
+export async function openHouse(fill, settings = {}) {
+  const kinora = await startKinora(fill, settings);
   const call = (api, method, parameters, headers = {}) => {
     const body = new URLSearchParams({ version: 1, api: `CRVN.Kinora2.${api}`, method, ...parameters });
     return ask(`${kinora.origin}/webapi/entry.cgi`, { method: "POST", body, headers });

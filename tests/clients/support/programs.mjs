@@ -6,7 +6,7 @@ import { kKeysEvery } from "./films.mjs";
 const kTimeToEnd = 300_000;
 
 // Standard output of a program that ends well and without a word.
-async function run(program, options) {
+export async function run(program, options) {
   const child = spawn(program, options, { stdio: ["ignore", "pipe", "pipe"], timeout: kTimeToEnd });
   const said = { stdout: [], stderr: [] };
   for (const stream of Object.keys(said)) child[stream].on("data", (bytes) => said[stream].push(bytes));

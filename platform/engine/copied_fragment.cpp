@@ -19,6 +19,7 @@
 #include "platform/engine/fragment_id.h"
 #include "platform/engine/media_index.h"
 #include "platform/engine/source_file.h"
+#include "platform/engine/stream_space.h"
 #include "platform/system/child.h"
 #include "platform/system/places.h"
 #include "platform/system/settings.h"
@@ -210,8 +211,7 @@ uint64_t RoomFor(const std::vector<KeptFile>& fragments, uint64_t planned) {
 
 // The fragments that were wanted longest ago go, so that one more has its place under the quota. One that is
 // being read can go: its reader has it open.
-void MakeRoom(const std::string& folder, uint64_t planned) {
-  const uint64_t quota = system::LoadSettings(system::kSettingsFile).stream_quota;
+void MakeRoom(const std::string& folder, uint64_t planned, uint64_t quota) {
   std::vector<KeptFile> fragments;
   std::vector<fs::path> gone;
   Sort(folder, fragments, gone);
@@ -235,8 +235,11 @@ FragmentOutcome Prepare(const StreamFolder& folder, const SourceIdentity& source
   const std::string path = folder.WorkPath(FileName(id));
   if (IsWhole(path) && Touch(path)) return FragmentOutcome::kReady;
   try {
-    MakeRoom(folder.WorkPath(""), planned);
-    return Make(source, part, path);
+    const system::Settings settings = system::LoadSettings(system::kSettingsFile);
+    MakeRoom(folder.WorkPath(""), planned, settings.stream_quota);
+    if (HasSpaceBelow(folder, settings.free_space_floor)) return Make(source, part, path);
+    base::Log(LOG_ERR, kUnit, "There is no space for " + path);
+    return FragmentOutcome::kNoSpace;
   } catch (const std::system_error& error) {
     base::Log(LOG_ERR, kUnit, error.what());
     if (error.code() == std::errc::no_space_on_device) return FragmentOutcome::kNoSpace;

@@ -298,6 +298,17 @@ TEST_F(Copying, MakesAFragmentOnceAndKeepsIt) {
   EXPECT_EQ(PrepareCopied(folder, plan, plan.grid.Count()), FragmentOutcome::kFailed);
 }
 
+TEST_F(Copying, MakesNoFragmentWhereTheFloorOfFreeSpaceIsReached) {
+  const StreamPlan plan = PlanFor(Film("pyramid.mkv"));
+  const StreamFolder folder = NewStream();
+  ASSERT_EQ(PrepareCopied(folder, plan, 0), FragmentOutcome::kReady);
+  WriteText(system::kSettingsFile, "free_space_floor=\"8000000T\"\n");
+  EXPECT_EQ(PrepareCopied(folder, plan, 1), FragmentOutcome::kNoSpace);
+  EXPECT_EQ(PrepareCopied(folder, plan, 0), FragmentOutcome::kReady) << "it is there";
+  fs::remove(system::kSettingsFile);
+  EXPECT_EQ(PrepareCopied(folder, plan, 1), FragmentOutcome::kReady);
+}
+
 TEST_F(Copying, MakesSoundAloneWithItsOwnName) {
   const StreamPlan plan = PlanFor(Film("pyramid.mp4"));
   const StreamFolder folder = NewStream();

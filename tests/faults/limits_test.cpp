@@ -111,7 +111,8 @@ TEST_F(Limits, OfIdentitiesStartNoHelper) {
     EXPECT_EQ(ProgramsIn(log), std::vector<std::string>{}) << call;
     const CgiRun opened = RunCgi(open_, {WithFault(log, call, "EPERM", "1+"), {}});
     EXPECT_TRUE(opened.Whole()) << call << opened.output;
-    EXPECT_EQ(CodeOf(opened.reply), 1211) << call << opened.output;
+    EXPECT_EQ(CodeOf(opened.reply), 129) << call << opened.output;
+    EXPECT_EQ(opened.reply.status, 503) << "nothing is wrong with the film";
     EXPECT_EQ(ProgramsIn(log), std::vector<std::string>{}) << call;
   }
   EXPECT_EQ(CodeOf(RunCgi(open_).reply), 0) << "the same request, the fault gone";

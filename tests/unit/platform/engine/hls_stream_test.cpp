@@ -30,6 +30,9 @@ constexpr char kProfiles[] = R"({"profiles": [
   {"name": "low", "uses": [{"kind": "HLS"}], "width": 640, "height": 360, "frame_rate": 30,
    "video_bitrate": 700000, "h264_profile": "main", "h264_level": "3.0", "preset": "ultrafast",
    "audio_bitrate": 96000, "audio_channels": 2},
+  {"name": "copied", "uses": [{"kind": "HLS", "remux": true}], "width": 640, "height": 360, "frame_rate": 30,
+   "video_bitrate": 700000, "h264_profile": "main", "h264_level": "3.0", "preset": "ultrafast",
+   "audio_bitrate": 96000, "audio_channels": 2},
   {"name": "hardware", "uses": [{"kind": "VAAPI_HLS"}], "width": 640, "height": 360, "frame_rate": 30,
    "video_bitrate": 700000, "h264_profile": "main", "h264_level": "3.0", "preset": "ultrafast",
    "audio_bitrate": 96000, "audio_channels": 2}
@@ -245,6 +248,27 @@ TEST_F(HlsStream, MakesItsFragmentsWithOneEncoder) {
   EXPECT_TRUE(stream.Close());
   EXPECT_EQ(CountJobs(), 0);
   ExpectNothingLeft();
+}
+
+TEST_F(HlsStream, GoesOnWhereTheTimesOfAFilmJump) {
+  for (const char* name : {"jumps_ahead.ts", "jumps_back.ts"}) {
+    const std::string film = Film(name);
+    ExpectRefused(film, "TransVideoNotSupported", "copied");
+    const HttpLiveStream stream = Opened(film);
+    const auto plan = ReadPlan(StreamFolder::Open("HLS", stream.GetStreamID()).value());
+    ASSERT_TRUE(plan);
+    // Before the jump, where it is, and at the end.
+    for (const int number : {0, 2, plan->grid.Count() - 1}) {
+      EXPECT_TRUE(HttpLiveStream(stream).Transcoding(std::to_string(number))) << name << " " << number;
+    }
+    EXPECT_TRUE(stream.Close());
+    ExpectNothingLeft();
+  }
+}
+
+TEST_F(HlsStream, IsRefusedForAFilmThatDoesNotSayHowLongItIs) {
+  for (const char* profile : {"low", "copied"})
+    ExpectRefused(Film("no_length.mkv"), "TransVideoNotSupported", profile);
 }
 
 TEST_F(HlsStream, MakesTheFragmentsOfEachTrack) {

@@ -5,9 +5,8 @@
 //   wanted                    the number of the fragment that was asked for last
 //   waiting                   held (a shared lock) by every request that waits for a fragment
 //   job.json                  the record of the job
-//   run-<pid>/                what the encoder writes: <n>.ts.tmp, renamed to <n>.ts, then made.m3u8, the
-//   list of
-//                             the newest ones
+//   run-<pid>/                what the encoder writes: <n>.ts.tmp, renamed to <n>.ts, then
+//                             made.m3u8, the list of the newest ones
 #pragma once
 
 #include <sys/stat.h>

@@ -99,7 +99,8 @@ test("Hls.LoadsAMinuteAheadAndNotTheWholeFilm", async () => {
   await until(async () => (await loaded()) >= 55);
   const last = Math.max(...fragments());
   const { at } = await videoState(page);
-  assert.ok(last * kFragment <= at + 60 + 3 * kFragment, `fragments ${fragments()} at ${at}`);
+  // The one that goes beyond the minute, and one that was on its way when this was looked at.
+  assert.ok(last * kFragment <= at + 60 + 2 * kFragment, `fragments ${fragments()} at ${at}`);
 });
 
 test("Hls.FetchesItsProgramOnlyForFilmsThatNeedIt", async () => {

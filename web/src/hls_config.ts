@@ -44,6 +44,7 @@ class LastRefusal {
 // Hears of each failure that another attempt follows: the HTTP status, 0 for no answer, and the server's code.
 export type HearOfTrouble = (status: number, code: number | undefined) => void;
 
+const kAhead = 60; // seconds
 const kPauses = { retryDelayMs: 1000, maxRetryDelayMs: 8000, backoff: "exponential" } as const;
 
 function policy(first_byte: number, refusal: LastRefusal, trouble: HearOfTrouble): LoadPolicy {
@@ -69,8 +70,9 @@ export function configFor(at: number, worker: string, trouble: HearOfTrouble): P
     startPosition: at,
     testBandwidth: false,
     workerPath: worker,
-    maxBufferLength: 60,
-    maxMaxBufferLength: 120,
+    // Both, or a film of few bits would be loaded for as long as its bytes fit, by an encoder far ahead of its viewer.
+    maxBufferLength: kAhead,
+    maxMaxBufferLength: kAhead,
     backBufferLength: 60,
     xhrSetup: refusal.watch,
     lowLatencyMode: false,

@@ -36,6 +36,10 @@ class VTEStream {
   // The id that the object was made from.
   std::string GetStreamID() const;
 
+  // The absolute path that a file of this name has, or would have, in the stream's working folder. Empty when
+  // there is no such stream, or the name is none of a file.
+  std::string GetVTEFileFullPath(const std::string& file_name) const;
+
   // The keyword of why the stream was refused, "" when no refusal has a keyword that fits:
   //   "TransEnable"                        transcoding is switched off in the settings
   //   "TransEnableOfflineConverting"       an offline conversion has the machine

@@ -5,7 +5,7 @@
 namespace kinora::engine {
 
 bool StreamPlan::SoundIsMuxed() const {
-  if (audio.size() != 1) return false;
+  if (delivery == Delivery::kSmooth || audio.size() != 1) return false;
   const AudioPlan& only = audio.front();
   if (video == VideoWay::kCopy) return only.way == AudioWay::kCopy;
   return video == VideoWay::kEncode && only.way == AudioWay::kEncode && only.codec == "aac";

@@ -73,6 +73,9 @@ struct SourceTraits {
   bool operator==(const SourceTraits&) const = default;
 };
 
+// How the stream goes out.
+enum class Delivery { kHls, kSmooth };
+
 enum class VideoWay { kNone, kCopy, kEncode };
 enum class AudioWay { kCopy, kEncode };
 
@@ -98,11 +101,15 @@ struct PicturePlan {
   MediaTime frame_rate{0};
   int64_t bitrate = 0;       // bits per second
   std::string codec_string;  // RFC 6381: "avc1.640028", "hvc1...."
+  // Of Smooth Streaming, which tells players beforehand what every fragment's picture has: the sequence and
+  // the picture parameter set, "00000001<SPS>00000001<PPS>" in upper-case hexadecimal digits. Else empty.
+  std::string parameter_sets;
 
   bool operator==(const PicturePlan&) const = default;
 };
 
 struct StreamPlan {
+  Delivery delivery = Delivery::kHls;
   SourceTraits source;
   VideoWay video = VideoWay::kNone;
   PicturePlan picture;
@@ -113,7 +120,9 @@ struct StreamPlan {
 
   // Whether the sound travels in the main fragments: there is one track, and what makes the main fragments
   // makes it too, by copying both or by encoding both to AAC. Else each track is a rendition of its own,
-  // whose fragments are pure functions of this plan; a film without a picture has no main fragments.
+  // whose fragments are pure functions of this plan; a film without a picture has no main fragments. In
+  // Smooth Streaming it never does: a chunk of picture and one of sound are asked for one by one, and its
+  // manifest promises sound from the film's beginning to its end.
   bool SoundIsMuxed() const;
 
   const AudioPlan* DefaultAudio() const;        // null: no sound

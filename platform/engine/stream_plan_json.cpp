@@ -12,7 +12,7 @@
 namespace kinora::engine {
 namespace {
 
-constexpr int kVersion = 2;
+constexpr int kVersion = 3;
 constexpr int64_t kMost = INT64_MAX;
 constexpr size_t kMostFragments = 1'000'000;
 
@@ -178,12 +178,14 @@ Json::Value Write(const PicturePlan& picture) {
   record["frame_rate"] = Write(picture.frame_rate);
   record["bitrate"] = Number(picture.bitrate);
   record["codec_string"] = picture.codec_string;
+  record["parameter_sets"] = picture.parameter_sets;
   return record;
 }
 
 PicturePlan ReadPicture(const Json::Value& record) {
-  return {IntIn(record, "width"), IntIn(record, "height"), TimeIn(record, "frame_rate"),
-          NumberIn(record, "bitrate", 0, kMost), TextIn(record, "codec_string")};
+  return {IntIn(record, "width"),         IntIn(record, "height"),
+          TimeIn(record, "frame_rate"),   NumberIn(record, "bitrate", 0, kMost),
+          TextIn(record, "codec_string"), TextIn(record, "parameter_sets")};
 }
 
 Json::Value Write(const SegmentGrid& grid) {
@@ -280,6 +282,15 @@ VideoWay ReadWay(const std::string& name) {
   throw MalformedRecord("there is no way to treat a picture as [" + name + "]");
 }
 
+const char* Name(Delivery delivery) { return delivery == Delivery::kSmooth ? "SS" : "HLS"; }
+
+Delivery ReadDelivery(const std::string& name) {
+  for (const Delivery delivery : {Delivery::kHls, Delivery::kSmooth}) {
+    if (name == Name(delivery)) return delivery;
+  }
+  throw MalformedRecord("no stream goes out as [" + name + "]");
+}
+
 // What those who carry out the plan rely on.
 void Check(const StreamPlan& plan) {
   std::set<int> tracks;
@@ -292,10 +303,14 @@ void Check(const StreamPlan& plan) {
   if (plan.video == VideoWay::kNone && plan.audio.empty()) throw MalformedRecord("it holds nothing");
   if (plan.video == VideoWay::kEncode && plan.picture.frame_rate.numerator() == 0)
     throw MalformedRecord("its picture has no frames");
+  const bool told = plan.delivery == Delivery::kSmooth && plan.video != VideoWay::kNone;
+  if (plan.picture.parameter_sets.empty() == told)
+    throw MalformedRecord("its picture is told too much of, or too little");
 }
 
 StreamPlan ReadPlan(const Json::Value& record) {
   StreamPlan plan;
+  plan.delivery = ReadDelivery(TextIn(record, "delivery"));
   plan.source = ReadSource(ObjectIn(record, "source"));
   plan.video = ReadWay(TextIn(record, "video"));
   plan.picture = ReadPicture(ObjectIn(record, "picture"));
@@ -312,6 +327,7 @@ StreamPlan ReadPlan(const Json::Value& record) {
 std::string ToJsonText(const StreamPlan& plan) {
   Json::Value record(Json::objectValue);
   record["version"] = kVersion;
+  record["delivery"] = Name(plan.delivery);
   record["source"] = Write(plan.source);
   record["video"] = Name(plan.video);
   record["picture"] = Write(plan.picture);

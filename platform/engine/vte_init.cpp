@@ -1,5 +1,6 @@
 #include <climits>
 #include <exception>
+#include <string_view>
 
 #include "contract/engine/vte_stream.h"
 #include "contract/system/crvn_fs.h"
@@ -31,6 +32,11 @@ const char* Objection(const VTEInitArgument& argument) {
   return nullptr;
 }
 
+bool IsFileName(const std::string& name) {
+  return !name.empty() && name.size() <= NAME_MAX && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
+}
+
 // The record in the folder of the new stream.
 bool WriteRecordOf(const VTEInitArgument& argument, const std::string& stream_id) {
   const auto folder = engine::StreamFolder::Open(argument.stream_type, stream_id);
@@ -57,6 +63,11 @@ VTEStream& VTEStream::operator=(const VTEStream& other) {
 
 std::string VTEStream::GetStreamID() const { return state_->stream_id; }
 std::string VTEStream::GetErrorString() const { return state_->error; }
+
+std::string VTEStream::GetVTEFileFullPath(const std::string& file_name) const {
+  const auto folder = engine::StreamFolder::Open(state_->type, state_->stream_id);
+  return folder && IsFileName(file_name) ? folder->Path(file_name) : "";
+}
 
 std::string VTEStream::VTE_Init(const VTEInitArgument& argument) {
   if (const char* const objection = Objection(argument)) {

@@ -32,7 +32,7 @@ std::string Refused(const SourceTraits& film, const StreamWishes& wishes = {},
 TEST(Planning, EncodesPictureAndSoundTogether) {
   const StreamPlan plan = Planned(Film());
   EXPECT_EQ(plan.video, VideoWay::kEncode);
-  EXPECT_EQ(plan.picture, (PicturePlan{1280, 720, 25, 5'000'000, "avc1.64001F"}));
+  EXPECT_EQ(plan.picture, (PicturePlan{1280, 720, 25, 5'000'000, "avc1.64001F", ""}));
   ASSERT_EQ(plan.audio.size(), 1U);
   EXPECT_EQ(plan.audio[0].way, AudioWay::kEncode);
   EXPECT_EQ(plan.audio[0].codec, "aac");
@@ -46,7 +46,7 @@ TEST(Planning, CopiesPictureAndSoundTogether) {
   const StreamPlan plan = Planned(Film(), {}, CopyProfile());
   EXPECT_EQ(plan.video, VideoWay::kCopy);
   EXPECT_EQ(plan.grid, Copies().plan.grid);
-  EXPECT_EQ(plan.picture, (PicturePlan{1920, 1080, 25, 8'000'000, "avc1.640028"}));
+  EXPECT_EQ(plan.picture, (PicturePlan{1920, 1080, 25, 8'000'000, "avc1.640028", ""}));
   EXPECT_EQ(plan.audio[0].way, AudioWay::kCopy);
   EXPECT_TRUE(plan.SoundIsMuxed());
   EXPECT_FALSE(plan.Encodes());

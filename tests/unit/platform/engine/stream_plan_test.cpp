@@ -47,6 +47,10 @@ TEST(StreamPlan, HasTheFragmentsThatItsPlaylistsName) {
   EXPECT_TRUE(muxed.HasFragment({std::nullopt, 0}));
   EXPECT_FALSE(muxed.HasFragment({1, 0})) << "it travels in the main fragments";
 
+  StreamPlan smooth = muxed;
+  smooth.delivery = Delivery::kSmooth;
+  EXPECT_TRUE(smooth.HasFragment({std::nullopt, 0}) && smooth.HasFragment({1, 0}));
+
   film.video = {};
   const StreamPlan sound = plan();
   EXPECT_FALSE(sound.HasFragment({std::nullopt, 0}));
@@ -62,6 +66,11 @@ TEST(StreamPlanText, GivesBackTheSamePlan) {
   film.video = {};
   const StreamPlan sound = std::get<StreamPlan>(PlanStream(film, {}, CopyProfile(), Copies(), {}));
   EXPECT_EQ(ParsePlan(ToJsonText(sound)), sound);
+  StreamPlan smooth = std::get<StreamPlan>(PlanStream(Film(), {}, HdProfile(), std::nullopt, {}));
+  smooth.delivery = Delivery::kSmooth;
+  EXPECT_EQ(ParsePlan(ToJsonText(smooth)), std::nullopt) << "without parameter sets";
+  smooth.picture.parameter_sets = "000000016742C01E0000000168CE3C80";
+  EXPECT_EQ(ParsePlan(ToJsonText(smooth)), smooth);
 }
 
 TEST(StreamPlanText, IsNoPlanWhenItIsTorn) {
@@ -84,8 +93,8 @@ std::string Changed(const std::string& from, const std::string& to) {
 
 TEST(StreamPlanText, IsNoPlanWhenAMemberIsWrong) {
   const std::pair<const char*, const char*> cases[] = {
-      {"\"version\":2", "\"version\":1"},
-      {"\"version\":2", "\"version\":\"2\""},
+      {"\"version\":3", "\"version\":2"},
+      {"\"version\":3", "\"version\":\"3\""},
       {"\"boundaries\":\"0 ", "\"boundaries\":\"1 "},
       {"\"boundaries\":\"0 ", "\"boundaries\":\"0 0 "},
       {"\"boundaries\":\"0 ", "\"boundaries\":\"0  "},
@@ -100,6 +109,10 @@ TEST(StreamPlanText, IsNoPlanWhenAMemberIsWrong) {
       {"\"unit\":[1,25]", "\"unit\":[1,0]"},
       {"\"unit\":[1,25]", "\"unit\":[1]"},
       {"\"video\":\"encoded\"", "\"video\":\"burnt\""},
+      {"\"delivery\":\"HLS\"", "\"delivery\":\"SS\""},
+      {"\"delivery\":\"HLS\"", "\"delivery\":\"hls\""},
+      {"\"delivery\":\"HLS\"", "\"delivery\":0"},
+      {"\"parameter_sets\":\"\"", "\"parameter_sets\":\"00000001\""},
       {"\"hardware\":true", "\"hardware\":1"},
       {"\"is_default\":true", "\"is_default\":false"},
       {"\"track\":1", "\"track\":2"},
@@ -111,7 +124,7 @@ TEST(StreamPlanText, IsNoPlanWhenAMemberIsWrong) {
   for (const auto& [from, to] : cases) {
     EXPECT_EQ(ParsePlan(Changed(from, to)), std::nullopt) << to;
   }
-  for (const char* text : {"", "null", "[]", "{}", "{\"version\":2}"})
+  for (const char* text : {"", "null", "[]", "{}", "{\"version\":3}"})
     EXPECT_EQ(ParsePlan(text), std::nullopt);
   EXPECT_EQ(ParsePlan(std::string(100'000, '[')), std::nullopt);
 }

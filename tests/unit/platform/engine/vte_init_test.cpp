@@ -66,6 +66,29 @@ TEST_F(VteInit, RefusesWhatCannotBeStreamedAndLeavesNothing) {
   ExpectNothingLeft();
 }
 
+TEST_F(VteInit, TellsWhereAFileOfAStreamLies) {
+  const std::string id = Prepare();
+  const HttpLiveStream stream(id);
+  EXPECT_EQ(stream.GetVTEFileFullPath("access_status"), FolderOf(id) + "/access_status");
+  WriteText(stream.GetVTEFileFullPath("request.json.aside"), "");
+  EXPECT_TRUE(IsThere(LinkOf(id) + "/request.json.aside"));
+  EXPECT_EQ(stream.GetVTEFileFullPath(std::string(NAME_MAX, 'x')),
+            FolderOf(id) + "/" + std::string(NAME_MAX, 'x'));
+}
+
+TEST_F(VteInit, TellsNoPlaceOfWhatCanBeNoFileOfAStream) {
+  const HttpLiveStream stream(Prepare());
+  for (const std::string& name :
+       {std::string(), std::string("."), std::string(".."), std::string("../x"), std::string("work/1.ts"),
+        std::string("/etc/passwd"), std::string("a\0b", 3), std::string(NAME_MAX + 1, 'x')}) {
+    EXPECT_EQ(stream.GetVTEFileFullPath(name), "") << name;
+  }
+  EXPECT_EQ(HttpLiveStream("").GetVTEFileFullPath("access_status"), "");
+  EXPECT_EQ(HttpLiveStream(std::string(32, 'a')).GetVTEFileFullPath("access_status"), "");
+  const std::string other = VTEStream::VTE_Init(VTEInitArgument("/film.mp4", "SS", "/profiles", "smooth"));
+  EXPECT_EQ(HttpLiveStream(other).GetVTEFileFullPath("access_status"), "") << "of another type";
+}
+
 TEST_F(VteInit, FailsForWantOfSpaceAndTheEmptyIdSaysSo) {
   WriteText(system::kSettingsFile, "free_space_floor=\"8000000T\"\n");
   EXPECT_EQ(Prepare(), "");

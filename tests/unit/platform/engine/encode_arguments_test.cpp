@@ -22,7 +22,7 @@ StreamPlan Plan() {
   plan.source.video.track = 0;
   plan.source.video.frame_rate = 25;
   plan.video = VideoWay::kEncode;
-  plan.picture = {1280, 720, 25, 2'000'000, ""};
+  plan.picture = {1280, 720, 25, 2'000'000, "", ""};
   plan.audio.resize(1);
   plan.audio[0].track = 2;
   plan.audio[0].codec = "aac";

@@ -48,7 +48,7 @@ inline StreamPlan PlanOf(const std::string& path, const std::string& container, 
   sound.frequency = 48000;
   plan.source.audio = {sound};
   plan.video = VideoWay::kEncode;
-  plan.picture = {160, 90, 25, 500'000, "avc1.64000b"};
+  plan.picture = {160, 90, 25, 500'000, "avc1.64000b", ""};
   plan.audio.resize(1);
   plan.audio[0].track = 1;
   plan.audio[0].codec = "aac";

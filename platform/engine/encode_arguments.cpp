@@ -1,89 +1,23 @@
 #include "platform/engine/encode_arguments.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
 #include <stdexcept>
-#include <string_view>
-#include <utility>
+
+#include "platform/engine/ffmpeg_filters.h"
+#include "platform/engine/ffmpeg_input.h"
 
 namespace kinora::engine {
 namespace {
 
-using Arguments = std::vector<std::string>;
-
-constexpr char kSource[] = "file:/proc/self/fd/3";
 constexpr char kFragments[] = "/proc/self/fd/4/%d.ts";
 constexpr char kPlaylist[] = "/proc/self/fd/4/made.m3u8";
 constexpr char kRenderDevice[] = "/dev/dri/renderD128";
 
-// Ahead of the first picture or packet that counts. A transport or program stream has no index to find a key
-// frame by.
-const MediaTime kPreRoll{1, 2};
-const MediaTime kPreRollWithoutIndex{5};
-const MediaTime kSoundPreRoll{1, 5};  // for the encoder's filters to settle
+const MediaTime kSoundPreRoll{1, 5};   // for the encoder's filters to settle
+const MediaTime kSoundlessSearch{15};  // behind a fragment for sound that may be there
 
 // A cut is made at every key frame behind this, and only the forced ones exist.
 constexpr char kShortestFragment[] = "0.1";  // seconds
-
-void Append(Arguments& to, Arguments more) {
-  to.insert(to.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
-}
-
-// Rounded to microseconds, ffmpeg's own unit.
-std::string Decimal(const MediaTime& seconds) {
-  const int64_t micro = Floor(seconds * int64_t{1'000'000} + MediaTime(1, 2));
-  char text[32];
-  std::snprintf(text, sizeof text, "%lld.%06lld", static_cast<long long>(micro / 1'000'000),
-                static_cast<long long>(micro % 1'000'000));
-  return text;
-}
-
-std::string Fraction(const MediaTime& value) {
-  return std::to_string(value.numerator()) + "/" + std::to_string(value.denominator());
-}
-
-// ---- the source ------------------------------------------------------------------------------------------
-
-// The demuxers of each container, by VideoMetaData's name.
-constexpr std::pair<std::string_view, const char*> kDemuxers[] = {
-    {"mp4", "mov"},
-    {"mov", "mov"},
-    {"mkv", "matroska"},
-    {"webm", "matroska"},
-    {"mpegts", "mpegts"},
-    {"mpeg", "mpeg,mpegvideo"},
-    {"mxf", "mxf,mxf_opatom"},
-    {"avi", "avi"},
-    {"flv", "flv"},
-    {"asf", "asf"},
-    {"ogg", "ogg"},
-    {"rm", "rm"},
-    {"wtv", "wtv"},
-    {"dv", "dv"},
-    {"nut", "nut"},
-};
-
-const char* DemuxersOf(const std::string& container) {
-  for (const auto& [name, demuxers] : kDemuxers) {
-    if (name == container) return demuxers;
-  }
-  throw std::invalid_argument("no demuxer for [" + container + "]");
-}
-
-bool HasNoIndex(const std::string& container) { return container == "mpegts" || container == "mpeg"; }
-
-// What lies more than the pre-roll before `start` is not read.
-Arguments Source(const SourceTraits& source, const MediaTime& start) {
-  Arguments arguments;
-  const MediaTime seek = start - (HasNoIndex(source.container) ? kPreRollWithoutIndex : kPreRoll);
-  if (seek > 0) Append(arguments, {"-noaccurate_seek", "-ss", Decimal(seek)});
-  const std::string demuxers = DemuxersOf(source.container);
-  if (demuxers.find(',') == std::string::npos) Append(arguments, {"-f", demuxers});
-  Append(arguments, {"-format_whitelist", demuxers, "-protocol_whitelist", "file", "-copyts",
-                     "-start_at_zero", "-i", kSource});
-  return arguments;
-}
 
 Arguments Start() { return {"-v", "error", "-nostdin"}; }
 
@@ -95,42 +29,17 @@ Arguments Times() {
 
 // ---- the picture -----------------------------------------------------------------------------------------
 
-bool IsInterlaced(const VideoTraits& video) {
-  return !video.field_order.empty() && video.field_order != "progressive";
-}
-
-// One picture of each frame, or of each field where the output has about twice as many frames.
-std::string Deinterlacer(const StreamPlan& plan) {
-  const bool fields = plan.source.video.frame_rate > 0 &&
-                      plan.picture.frame_rate > plan.source.video.frame_rate * MediaTime(3, 2);
-  return std::string("bwdif=mode=") + (fields ? "send_field" : "send_frame") + ":deint=interlaced";
-}
-
-// Scaled first, which costs half of what mapping the large picture does. The source's properties are named,
-// since frames do not always bear what the container says.
-std::string ToneMapper(const std::string& hdr, const std::string& width, const std::string& height) {
-  const std::string transfer = hdr == "hlg" ? "arib-std-b67" : "smpte2084";
-  return "zscale=w=" + width + ":h=" + height + ":tin=" + transfer +
-         ":pin=bt2020:min=bt2020nc,zscale=t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
-         "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=tv";
-}
-
 std::string Pictures(const StreamPlan& plan, const EncoderRun& run) {
   const SegmentGrid& grid = plan.grid;
   const auto boundary = [&](int fragment) { return grid.boundaries.at(static_cast<size_t>(fragment)); };
   // The fragment behind the last one is begun, so that the last one is known to be whole.
   const int64_t frames = boundary(std::min(run.last + 2, grid.Count())) - boundary(run.first);
-  const std::string width = std::to_string(plan.picture.width);
-  const std::string height = std::to_string(plan.picture.height);
-  std::string filters;
-  if (IsInterlaced(plan.source.video)) filters += Deinterlacer(plan) + ",";
   // The last picture stays when the film's sound is longer: every fragment of the plan has a picture.
-  filters += "tpad=stop=-1:stop_mode=clone,fps=" + Fraction(plan.picture.frame_rate) +
-             ":start_time=" + Decimal(grid.Start(run.first)) + ",trim=end_frame=" + std::to_string(frames) +
-             ",";
-  filters += plan.source.video.hdr.empty() ? "scale=" + width + ":" + height
-                                           : ToneMapper(plan.source.video.hdr, width, height);
-  return filters + ",setsar=1,format=" + (run.hardware ? "nv12,hwupload" : "yuv420p");
+  return Deinterlacing(plan.source.video, plan.picture) +
+         "tpad=stop=-1:stop_mode=clone,fps=" + Fraction(plan.picture.frame_rate) +
+         ":start_time=" + Decimal(grid.Start(run.first)) + ",trim=end_frame=" + std::to_string(frames) + "," +
+         Scaling(plan.source.video, plan.picture) +
+         ",setsar=1,format=" + (run.hardware ? "nv12,hwupload" : "yuv420p");
 }
 
 std::string KeyFrames(const SegmentGrid& grid, const EncoderRun& run) {
@@ -212,26 +121,6 @@ SoundRun RunFrom(const MediaTime& start, const SoundEncoder& encoder, int freque
   return {packet * encoder.frame, PacketAt(start, encoder, frequency) - packet};
 }
 
-const char* LayoutOf(int channels) {
-  switch (channels) {
-    case 1:
-      return "mono";
-    case 2:
-      return "stereo";
-    case 6:
-      return "5.1";
-    default:
-      throw std::invalid_argument("no layout of " + std::to_string(channels) + " channels");
-  }
-}
-
-// Two resamplers: the second one counts `first_pts` in the rate of what it gets. Holes become silence.
-std::string Samples(const AudioPlan& audio, int64_t start) {
-  return "aresample=" + std::to_string(audio.frequency) +
-         ",aresample=async=1:first_pts=" + std::to_string(start) +
-         ",aformat=sample_fmts=fltp:channel_layouts=" + LayoutOf(audio.channels);
-}
-
 Arguments Sound(const AudioPlan& audio, const SoundEncoder& encoder, const std::string& filters,
                 const std::string& dropped) {
   Arguments arguments = {"-map", "0:" + std::to_string(audio.track), "-af", filters};
@@ -262,7 +151,7 @@ Arguments MuxedSound(const StreamPlan& plan, const EncoderRun& run) {
 std::vector<std::string> JobArguments(const StreamPlan& plan, const EncoderRun& run) {
   Arguments arguments = Start();
   if (run.hardware) Append(arguments, {"-vaapi_device", kRenderDevice});
-  Append(arguments, Source(plan.source, plan.grid.Start(run.first)));
+  Append(arguments, Source(plan.source, plan.grid.Start(run.first) - PreRoll(plan.source.container)));
   Append(arguments, Video(plan, run));
   Append(arguments, MuxedSound(plan, run));
   Append(arguments, Times());
@@ -287,8 +176,8 @@ std::vector<std::string> AudioArguments(const StreamPlan& plan, const AudioPlan&
   const std::string dropped = (run.skipped == 0 ? "" : Before(run.skipped) + "+") + From(end_packet);
   Arguments arguments = Start();
   // A track without sound here is not searched for to the film's end.
-  Append(arguments, {"-t", Decimal(end - start + 3 * kPreRollWithoutIndex)});
-  Append(arguments, Source(plan.source, start));
+  Append(arguments, {"-t", Decimal(end - start + kSoundlessSearch)});
+  Append(arguments, Source(plan.source, start - PreRoll(plan.source.container)));
   Append(arguments, Sound(audio, encoder, filters, dropped));
   Append(arguments, Times());
   Append(arguments, {"-vn", "-sn", "-dn", "-f", "mpegts", "pipe:1"});

@@ -87,10 +87,16 @@ FormatDecision DecideAsIs(const FormatRules& rules, const FormatRule& format, co
           "browsers do not play " + Described(traits) + "; a player that asks for it may"};
 }
 
-FormatDecision Copied(const FormatRule& format, const CopyRule& rule, const FormatTraits& traits) {
-  std::string reason = (Holds(rule.audio, "*") ? "the picture of " : "") + Described(traits) + " is copied";
-  if (!rule.by_name) return {format.name, Verdict::kCopies, std::move(reason)};
+// A yes, or one for those only who ask.
+FormatDecision Allow(const FormatRule& format, Verdict verdict, const std::string& reason, bool by_name) {
+  if (!by_name) return {format.name, verdict, reason};
   return {format.name, Verdict::kOnRequest, reason + " for players that ask for it"};
+}
+
+FormatDecision Copied(const FormatRule& format, const CopyRule& rule, const FormatTraits& traits) {
+  const std::string reason =
+      (Holds(rule.audio, "*") ? "the picture of " : "") + Described(traits) + " is copied";
+  return Allow(format, Verdict::kCopies, reason, format.by_name || rule.by_name);
 }
 
 FormatDecision Decide(const FormatRules& rules, const FormatRule& format, const FormatTraits& traits) {
@@ -100,7 +106,7 @@ FormatDecision Decide(const FormatRules& rules, const FormatRule& format, const 
   if (!format.converts) return {format.name, Verdict::kRefused, copying.hindrance};
   const std::string hindrance = ConversionHindrance(rules, format, traits);
   if (!hindrance.empty()) return {format.name, Verdict::kRefused, hindrance};
-  return {format.name, Verdict::kConverts, Described(traits) + " is converted"};
+  return Allow(format, Verdict::kConverts, Described(traits) + " is converted", format.by_name);
 }
 
 // The best that any format offers, in all formats that offer it.

@@ -24,6 +24,7 @@ struct FormatRule {
   FormatWay way = FormatWay::kTranscode;
   bool converts = false;
   bool sound_alone = false;  // it also converts what has no picture
+  bool by_name = false;      // only for those who ask for it by its name
   std::vector<CopyRule> copies;
 };
 

@@ -29,6 +29,7 @@ FormatRule FormatOf(const Json::Value& json) {
   rule.way = WayOf(kFile.TextAt(json, "way"));
   rule.converts = kFile.FlagAt(json, "converts");
   rule.sound_alone = kFile.FlagAt(json, "sound_alone");
+  rule.by_name = kFile.FlagAt(json, "by_name");
   if (DataFile::Find(json, "copies") == nullptr) return rule;
   for (const Json::Value& copy : kFile.ListAt(json, "copies")) {
     if (!copy.isObject()) kFile.Refuse("\"copies\" holds something that is no object");

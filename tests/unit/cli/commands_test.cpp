@@ -224,9 +224,9 @@ TEST_F(ScanCommandTest, ExplainSaysWhatAFileIsAndWhy) {
                 "  raw         yes: browsers do not play h264 with ac3 in mkv; a player that asks "
                 "for it may\n"
                 "  hls_remux   yes: the picture of h264 with ac3 in mkv is copied\n"
-                "  webm_remux  yes: h264 with ac3 in mkv is converted\n"
+                "  webm_remux  yes: h264 with ac3 in mkv is converted for players that ask for it\n"
                 "  hls         yes: h264 with ac3 in mkv is converted\n"
-                "  ss          yes: h264 with ac3 in mkv is converted\n");
+                "  ss          yes: h264 with ac3 in mkv is converted for players that ask for it\n");
 }
 
 TEST_F(ScanCommandTest, ExplainAnswersInJsonAndSaysWhatIsNoVideo) {

@@ -58,20 +58,20 @@ TEST(FormatRules, SendRawWhatBrowsersPlayWhenTheChoiceIsLeftToThem) {
       {"webm", "vp9", "opus", {"raw"}},
       {"webm", "av1", "", {"raw"}},
       // What only looks like it.
-      {"mp4", "h264_10bit", "aac", {"webm_remux", "hls", "ss"}},
-      {"mp4", "h264_422", "aac", {"webm_remux", "hls", "ss"}},
-      {"mp4", "h264_444", "aac", {"webm_remux", "hls", "ss"}},
-      {"mp4", "h264_rare", "aac", {"webm_remux", "hls", "ss"}},
-      {"mp4", "h264_interlaced", "aac", {"webm_remux", "hls", "ss"}},
-      {"mpegts", "h264_interlaced", "mp2", {"webm_remux", "hls", "ss"}},
+      {"mp4", "h264_10bit", "aac", {"hls"}},
+      {"mp4", "h264_422", "aac", {"hls"}},
+      {"mp4", "h264_444", "aac", {"hls"}},
+      {"mp4", "h264_rare", "aac", {"hls"}},
+      {"mp4", "h264_interlaced", "aac", {"hls"}},
+      {"mpegts", "h264_interlaced", "mp2", {"hls"}},
       {"mp4", "h264", "opus", {"raw"}},
-      {"mp4", "h264_400", "aac", {"webm_remux", "hls", "ss"}},
-      {"mov", "av1", "aac", {"webm_remux", "hls", "ss"}},
-      {"mp4", "hevc", "aac", {"webm_remux", "hls", "ss"}},
-      {"mp4", "hevc_10bit", "aac", {"webm_remux", "hls", "ss"}},
-      {"mp4", "mpeg4", "aac", {"webm_remux", "hls", "ss"}},
-      {"webm", "h264", "opus", {"webm_remux", "hls", "ss"}},
-      {"webm", "vp9_10bit", "opus", {"webm_remux", "hls", "ss"}},
+      {"mp4", "h264_400", "aac", {"hls"}},
+      {"mov", "av1", "aac", {"hls"}},
+      {"mp4", "hevc", "aac", {"hls"}},
+      {"mp4", "hevc_10bit", "aac", {"hls"}},
+      {"mp4", "mpeg4", "aac", {"hls"}},
+      {"webm", "h264", "opus", {"hls"}},
+      {"webm", "vp9_10bit", "opus", {"hls"}},
       // Remuxing serves.
       {"mkv", "h264", "aac", {"hls_remux"}},
       {"mkv", "h264", "", {"hls_remux"}},
@@ -80,16 +80,16 @@ TEST(FormatRules, SendRawWhatBrowsersPlayWhenTheChoiceIsLeftToThem) {
       {"mov", "h264", "pcm_s16le", {"hls_remux"}},
       {"mpegts", "h264", "aac", {"hls_remux"}},
       {"mpegts", "h264", "ac3", {"hls_remux"}},
-      {"mkv", "vp9", "opus", {"webm_remux"}},
       // Only a conversion does.
-      {"avi", "h264", "mp3", {"webm_remux", "hls", "ss"}},
-      {"mkv", "hevc_10bit", "aac", {"webm_remux", "hls", "ss"}},
-      {"mkv", "vp9", "aac", {"webm_remux", "hls", "ss"}},
-      {"mpegts", "hevc", "aac", {"webm_remux", "hls", "ss"}},
-      {"mpegts", "mpeg2video", "ac3", {"webm_remux", "hls", "ss"}},
-      {"avi", "mpeg4", "mp3", {"webm_remux", "hls", "ss"}},
-      {"asf", "wmv3", "wmav2", {"webm_remux", "hls", "ss"}},
-      {"ogg", "theora", "vorbis", {"webm_remux", "hls", "ss"}},
+      {"mkv", "vp9", "opus", {"hls"}},
+      {"avi", "h264", "mp3", {"hls"}},
+      {"mkv", "hevc_10bit", "aac", {"hls"}},
+      {"mkv", "vp9", "aac", {"hls"}},
+      {"mpegts", "hevc", "aac", {"hls"}},
+      {"mpegts", "mpeg2video", "ac3", {"hls"}},
+      {"avi", "mpeg4", "mp3", {"hls"}},
+      {"asf", "wmv3", "wmav2", {"hls"}},
+      {"ogg", "theora", "vorbis", {"hls"}},
       // Sound alone.
       {"mp4", "", "aac", {"hls"}},
       {"mkv", "", "flac", {"hls"}},
@@ -131,6 +131,20 @@ TEST(FormatRules, GiveOfAListWhatTheyAllow) {
   EXPECT_THAT(Choose(dts, "hls_remux"), ElementsAre());
   EXPECT_THAT(Choose(dts, "hls_remux,hls"), ElementsAre("hls"));
   EXPECT_THAT(Choose(mkv, "ss,raw,hls"), ElementsAre("ss", "raw", "hls"));
+}
+
+TEST(FormatRules, LeaveSmoothStreamingAndWebmToThoseWhoAskForThem) {
+  for (const char* name : {"ss", "webm_remux"}) {
+    for (const FormatTraits& film : {Traits("mp4", "h264", "aac"), Traits("mkv", "hevc_10bit", "dts"),
+                                     Traits("webm", "vp9", "opus"), Traits("avi", "mpeg4", "")}) {
+      EXPECT_THAT(Choose(film, name), ElementsAre(name));
+      EXPECT_THAT(Choose(film, "auto"), testing::Not(testing::Contains(name)));
+      EXPECT_THAT(Choose(film, std::string("auto,") + name), testing::Contains(name));
+    }
+    EXPECT_THAT(Choose(Traits("nut", "h264", "aac"), name), ElementsAre());
+    EXPECT_THAT(Choose(Traits("mkv", "unknown_codec", "aac"), name), ElementsAre());
+    EXPECT_THAT(Choose(Traits("mkv", "h264", "unknown_codec"), name), ElementsAre());
+  }
 }
 
 TEST(FormatRules, ReadTheRequestWithoutRegardToCaseAndBlanks) {
@@ -179,13 +193,16 @@ TEST(FormatRules, SayWhy) {
             "the picture of h264 with aac in mkv is copied");
   EXPECT_EQ(reason("hls_remux", Traits("mp4", "hevc_10bit", "dts")),
             "the picture of hevc_10bit with dts in mp4 is copied for players that ask for it");
-  EXPECT_EQ(reason("webm_remux", Traits("mkv", "vp9", "opus")), "vp9 with opus in mkv is copied");
+  EXPECT_EQ(reason("webm_remux", Traits("mkv", "vp9", "opus")),
+            "vp9 with opus in mkv is copied for players that ask for it");
   EXPECT_EQ(reason("hls_remux", Traits("avi", "h264", "aac")), "the container avi is not copied");
   EXPECT_EQ(reason("hls_remux", Traits("mkv", "h264_10bit", "aac")),
             "the video codec h264_10bit is not copied");
   EXPECT_EQ(reason("hls_remux", Traits("mkv", "h264", "unknown_codec")), "the sound cannot be decoded");
   EXPECT_EQ(reason("hls", Traits("mkv", "h264", "dts")), "h264 with dts in mkv is converted");
   EXPECT_EQ(reason("hls", Traits("mkv", "", "dts")), "dts in mkv is converted");
+  EXPECT_EQ(reason("ss", Traits("mkv", "h264", "dts")),
+            "h264 with dts in mkv is converted for players that ask for it");
   EXPECT_EQ(reason("hls", Traits("nut", "h264", "aac")), "the container nut is not converted");
   EXPECT_EQ(reason("ss", Traits("mp4", "", "aac")), "there is no video");
   EXPECT_EQ(reason("hls", Traits("mp4", "", "")), "there is no video");
@@ -200,8 +217,8 @@ TEST(FormatRules, CopyWhatBrowsersDoNotShowWellOnlyForThoseWhoAskForIt) {
   for (const char* video : {"h264_interlaced", "hevc", "hevc_10bit"}) {
     const FormatTraits traits = Traits("mkv", video, "eac3");
     EXPECT_THAT(Choose(traits, "hls_remux"), ElementsAre("hls_remux"));
-    EXPECT_THAT(Choose(traits, "auto"), ElementsAre("webm_remux", "hls", "ss"));
-    EXPECT_THAT(Choose(traits, "hls_remux,auto"), ElementsAre("hls_remux", "webm_remux", "hls", "ss"));
+    EXPECT_THAT(Choose(traits, "auto"), ElementsAre("hls"));
+    EXPECT_THAT(Choose(traits, "hls_remux,auto"), ElementsAre("hls_remux", "hls"));
   }
   EXPECT_THAT(Choose(Traits("mkv", "hevc_422_10bit", "eac3"), "hls_remux"), ElementsAre());
 }
@@ -230,12 +247,11 @@ class FormatMatrixTest : public testing::Test {
     const bool decodes = video != "unknown_codec" && audio != "unknown_codec" && video + audio != "";
     return decodes && !In(container, {"nut", "rm", ""}) ? Verdict::kConverts : Verdict::kRefused;
   }
-  static Verdict WebM(const std::string& container, const std::string& video, const std::string& audio) {
-    if (In(container, {"mp4", "mkv", "webm"}) && In(video, {"vp8", "vp9", "av1"}) &&
-        In(audio, {"", "opus", "vorbis"})) {
-      return Verdict::kCopies;
-    }
-    return video.empty() ? Verdict::kRefused : Transcode(container, video, audio);
+  // Smooth Streaming and WebM: whatever has a picture that can be decoded, and only for those who ask.
+  static Verdict OfPictures(const std::string& container, const std::string& video,
+                            const std::string& audio) {
+    const bool possible = !video.empty() && Transcode(container, video, audio) == Verdict::kConverts;
+    return possible ? Verdict::kOnRequest : Verdict::kRefused;
   }
 };
 
@@ -278,9 +294,9 @@ TEST_F(FormatMatrixTest, EveryCombinationHasItsVerdictAndAReason) {
         const std::map<std::string, Verdict> expected = {
             {"raw", BrowsersPlay(container, video, audio) ? Verdict::kPlaysAsIs : Verdict::kOnRequest},
             {"hls_remux", Remux(container, video, audio)},
-            {"webm_remux", WebM(container, video, audio)},
+            {"webm_remux", OfPictures(container, video, audio)},
             {"hls", Transcode(container, video, audio)},
-            {"ss", video.empty() ? Verdict::kRefused : Transcode(container, video, audio)}};
+            {"ss", OfPictures(container, video, audio)}};
         for (const FormatDecision& decision : DecideFormats(rules, Traits(container, video, audio))) {
           EXPECT_EQ(decision.verdict, expected.at(decision.name))
               << decision.name << ": " << video << " with " << audio << " in " << container;
@@ -326,6 +342,8 @@ TEST(FormatRules, AreRefusedWhenTheyAreMalformed) {
        "\"containers\" is no list"},
       {with_formats(R"([{"name": "hls", "way": "transcode", "sound_alone": "yes"}])"),
        "\"sound_alone\" is neither true nor false"},
+      {with_formats(R"([{"name": "ss", "way": "transcode", "by_name": "yes"}])"),
+       "\"by_name\" is neither true nor false"},
       {with_formats(R"([{"name": "hls_remux", "way": "remux",
                        "copies": [{"containers": [], "video": [], "audio": [], "by_name": 1}]}])"),
        "\"by_name\" is neither true nor false"},

@@ -97,6 +97,16 @@ void AddShape(Json::Value& track, AVFormatContext* context, AVStream* stream) {
   track["rotate"] = RotationOf(*stream);
 }
 
+// FFmpeg's names; "" for what the file does not say.
+void AddColor(Json::Value& track, const AVCodecParameters& parameters) {
+  const bool matrix = parameters.color_space != AVCOL_SPC_UNSPECIFIED;
+  const bool primaries = parameters.color_primaries != AVCOL_PRI_UNSPECIFIED;
+  const bool transfer = parameters.color_trc != AVCOL_TRC_UNSPECIFIED;
+  track["color_matrix"] = matrix ? Text(av_color_space_name(parameters.color_space)) : "";
+  track["color_primaries"] = primaries ? Text(av_color_primaries_name(parameters.color_primaries)) : "";
+  track["color_transfer"] = transfer ? Text(av_color_transfer_name(parameters.color_trc)) : "";
+}
+
 Json::Value VideoTrack(AVFormatContext* context, AVStream* stream) {
   const AVCodecParameters& parameters = *stream->codecpar;
   const auto pixel_format = static_cast<AVPixelFormat>(parameters.format);
@@ -113,6 +123,7 @@ Json::Value VideoTrack(AVFormatContext* context, AVStream* stream) {
   track["rate_den"] = known ? rate.den : 0;
   track["field_order"] = FieldOrder(parameters.field_order);
   track["hdr"] = HdrTransfer(parameters.color_trc);
+  AddColor(track, parameters);
   track["bitrate"] = Json::Int64{StatedBitrate(*stream)};
   return track;
 }

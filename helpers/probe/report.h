@@ -5,8 +5,8 @@
 //   bits/s, "title": "...", "pictures": number of covers and thumbnails, "video": [{"id": stream index,
 //   "codec", "profile", "level", "pixel_format", "width", "height",
 //              "display_x", "display_y", "rate_num", "rate_den", "rotate", "field_order", "hdr": "", "pq" or
-//              "hlg", "bitrate", "language", "title", "default", "forced",
-//              "decodable": libavcodec has a decoder for it}],
+//              "hlg", "color_matrix", "color_primaries", "color_transfer": FFmpeg's names, "bitrate",
+//              "language", "title", "default", "forced", "decodable": libavcodec has a decoder for it}],
 //   "audio": [{"id", "codec", "profile", "channels", "layout", "frequency", "bitrate", "language", "title",
 //              "default", "forced", "decodable"}],
 //   "subtitle": [{"id", "codec", "language", "title", "default", "forced", "hearing_impaired", "decodable"}]

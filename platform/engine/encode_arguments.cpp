@@ -29,6 +29,23 @@ Arguments Times() {
 
 // ---- the picture -----------------------------------------------------------------------------------------
 
+// What is stated of a picture of Smooth Streaming, whatever the source's frames say: its parameter sets are
+// known before any of them has been decoded. Range, parity and colors are among them.
+std::string Labels(const StreamPlan& plan) {
+  const ColorLabels labels = LabelsOf(plan.source.video);
+  return ",setparams=range=tv:field_mode=prog:colorspace=" + labels.matrix +
+         ":color_primaries=" + labels.primaries + ":color_trc=" + labels.transfer;
+}
+
+// Of a picture that is going to be labelled only RGB is converted, into what the label says, and the full
+// range.
+std::string Scaler(const StreamPlan& plan) {
+  const std::string scaler = Scaling(plan.source.video, plan.picture);
+  if (plan.delivery != Delivery::kSmooth || !plan.source.video.hdr.empty()) return scaler;
+  const std::string matrix = LabelsOf(plan.source.video).matrix;
+  return scaler + ":in_color_matrix=" + matrix + ":out_color_matrix=" + matrix + ":out_range=tv";
+}
+
 std::string Pictures(const StreamPlan& plan, const EncoderRun& run) {
   const SegmentGrid& grid = plan.grid;
   const auto boundary = [&](int fragment) { return grid.boundaries.at(static_cast<size_t>(fragment)); };
@@ -38,8 +55,8 @@ std::string Pictures(const StreamPlan& plan, const EncoderRun& run) {
   return Deinterlacing(plan.source.video, plan.picture) +
          "tpad=stop=-1:stop_mode=clone,fps=" + Fraction(plan.picture.frame_rate) +
          ":start_time=" + Decimal(grid.Start(run.first)) + ",trim=end_frame=" + std::to_string(frames) + "," +
-         Scaling(plan.source.video, plan.picture) +
-         ",setsar=1,format=" + (run.hardware ? "nv12,hwupload" : "yuv420p");
+         Scaler(plan) + ",setsar=1,format=" + (run.hardware ? "nv12,hwupload" : "yuv420p") +
+         (plan.delivery == Delivery::kSmooth ? Labels(plan) : "");
 }
 
 std::string KeyFrames(const SegmentGrid& grid, const EncoderRun& run) {
@@ -50,17 +67,20 @@ std::string KeyFrames(const SegmentGrid& grid, const EncoderRun& run) {
   return times;
 }
 
-Arguments Software(const media::TransProfile& profile, const std::string& bitrate,
-                   const std::string& buffer) {
-  return {"-c:v",          "libx264",
-          "-preset",       profile.preset,
-          "-crf",          "21",
-          "-maxrate",      bitrate,
-          "-bufsize",      buffer,
-          "-profile:v",    profile.h264_profile,
-          "-level:v",      profile.h264_level,
-          "-sc_threshold", "0",
-          "-forced-idr",   "1"};
+Arguments Software(const StreamPlan& plan, const std::string& bitrate, const std::string& buffer) {
+  Arguments arguments = {"-c:v",          "libx264",
+                         "-preset",       plan.profile.preset,
+                         "-crf",          "21",
+                         "-maxrate",      bitrate,
+                         "-bufsize",      buffer,
+                         "-profile:v",    plan.profile.h264_profile,
+                         "-level:v",      plan.profile.h264_level,
+                         "-sc_threshold", "0",
+                         "-forced-idr",   "1"};
+  // What else would find its way from the film, or from the run, into the parameter sets.
+  if (plan.delivery == Delivery::kSmooth)
+    Append(arguments, {"-chroma_sample_location", "left", "-x264-params", "stitchable=1"});
+  return arguments;
 }
 
 // The level is its number times ten there.
@@ -74,13 +94,18 @@ Arguments Hardware(const media::TransProfile& profile, const std::string& bitrat
           "-bufsize", buffer,       "-profile:v", name,    "-level:v", level};
 }
 
-Arguments Video(const StreamPlan& plan, const EncoderRun& run) {
+Arguments PictureEncoder(const StreamPlan& plan, bool hardware) {
   const std::string bitrate = std::to_string(plan.picture.bitrate);
   const std::string buffer = std::to_string(plan.picture.bitrate * 2);
+  Arguments arguments = hardware ? Hardware(plan.profile, bitrate, buffer) : Software(plan, bitrate, buffer);
+  Append(arguments, {"-bf", "0", "-g", "100000"});
+  return arguments;
+}
+
+Arguments Video(const StreamPlan& plan, const EncoderRun& run) {
   Arguments arguments = {"-map", "0:" + std::to_string(plan.source.video.track), "-vf", Pictures(plan, run)};
-  Append(arguments,
-         run.hardware ? Hardware(plan.profile, bitrate, buffer) : Software(plan.profile, bitrate, buffer));
-  Append(arguments, {"-bf", "0", "-g", "100000", "-force_key_frames", KeyFrames(plan.grid, run)});
+  Append(arguments, PictureEncoder(plan, run.hardware));
+  Append(arguments, {"-force_key_frames", KeyFrames(plan.grid, run)});
   return arguments;
 }
 
@@ -158,6 +183,17 @@ std::vector<std::string> JobArguments(const StreamPlan& plan, const EncoderRun& 
   Append(arguments, {"-sn", "-dn", "-f", "hls", "-hls_time", kShortestFragment, "-hls_list_size", "2",
                      "-start_number", std::to_string(run.first), "-hls_flags", "temp_file",
                      "-hls_segment_type", "mpegts", "-hls_segment_filename", kFragments, kPlaylist});
+  return arguments;
+}
+
+std::vector<std::string> HeaderArguments(const StreamPlan& plan) {
+  Arguments arguments = Start();
+  Append(arguments, {"-f", "lavfi", "-i",
+                     "color=size=" + std::to_string(plan.picture.width) + "x" +
+                         std::to_string(plan.picture.height) + ":rate=" + Fraction(plan.picture.frame_rate),
+                     "-vf", "setsar=1,format=yuv420p" + Labels(plan)});
+  Append(arguments, PictureEncoder(plan, false));
+  Append(arguments, {"-frames:v", "1", "-f", "h264", "pipe:1"});
   return arguments;
 }
 

@@ -27,6 +27,10 @@ struct EncoderRun {
 // with 0. Throws std::invalid_argument for a plan that cannot be encoded.
 std::vector<std::string> JobArguments(const StreamPlan& plan, const EncoderRun& run);
 
+// One picture without content through the encoder of a job in software, on standard output as a raw H.264
+// stream: for Smooth Streaming, its parameter sets are those of every fragment of the plan.
+std::vector<std::string> HeaderArguments(const StreamPlan& plan);
+
 // One fragment of one audio track (AudioWay::kEncode), on standard output. Where the track has no sound (any
 // more) there is silence. Throws std::invalid_argument.
 std::vector<std::string> AudioArguments(const StreamPlan& plan, const AudioPlan& audio, int number);

@@ -3,7 +3,6 @@
 #include "platform/base/log.h"
 #include "platform/engine/playlists.h"
 #include "platform/engine/stream_opening.h"
-#include "platform/engine/stream_space.h"
 #include "platform/engine/vte_stream_state.h"
 
 namespace LibCrvnVTE {
@@ -13,27 +12,16 @@ namespace engine = kinora::engine;
 
 constexpr char kUnit[] = "engine/http_live_stream";
 
-// Of an object that stands for no stream, since none could be prepared.
-engine::Refusal WhyNotPrepared() {
-  if (!engine::HasSpaceForAStream()) return {engine::kNoSpace, "no volume has the space"};
-  return {"", "no stream was prepared"};
-}
-
 }  // namespace
 
 HttpLiveStream::HttpLiveStream(const std::string& stream_id) : AdaptStream(stream_id, "HLS") {}
 
 bool HttpLiveStream::Init(const Json::Value& stream_url, const Json::Value& /*subtitle_url*/,
                           const std::string& audio_track, const std::string& audio_format) {
-  state_->error.clear();
   const auto folder = engine::StreamFolder::Open(state_->type, state_->stream_id);
-  const std::optional<engine::Refusal> refusal =
-      folder ? engine::OpenHls(*folder, stream_url, {audio_track, audio_format}) : WhyNotPrepared();
-  if (!refusal) return true;
-  kinora::base::Log(
-      LOG_ERR, kUnit,
-      "Refused the stream [" + state_->stream_id + "] " + refusal->keyword + ": " + refusal->reason);
-  state_->error = refusal->keyword;
+  if (state_->IsOpen(folder ? engine::OpenHls(*folder, stream_url, {audio_track, audio_format})
+                            : engine::WhyNotPrepared()))
+    return true;
   Close();
   return false;
 }

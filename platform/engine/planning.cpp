@@ -8,6 +8,7 @@
 namespace kinora::engine {
 namespace {
 
+constexpr int kSmoothChannels = 2;
 constexpr int64_t kLongestFilm = 1000LL * 60 * 60 * 1000;  // milliseconds
 
 bool Serves(const media::TransProfile& profile, std::string_view kind, bool remux) {
@@ -29,6 +30,17 @@ std::optional<Refusal> WhyNothingIsEncoded(const MachineState& machine) {
   return std::nullopt;
 }
 
+// Hardware has parameter sets of its own, which nobody knows beforehand.
+std::optional<Refusal> PlanEncoder(const MachineState& machine, StreamPlan& plan) {
+  if (plan.delivery == Delivery::kSmooth) {
+    if (Serves(plan.profile, "SS", false)) return std::nullopt;
+    return Refusal{"", "the profile " + plan.profile.name + " is not for Smooth Streaming"};
+  }
+  plan.hardware = machine.hardware && Serves(plan.profile, "VAAPI_HLS", false);
+  if (plan.hardware || Serves(plan.profile, "HLS", false)) return std::nullopt;
+  return Refusal{kNoHardware, "the profile " + plan.profile.name + " is for hardware alone"};
+}
+
 // Fills in the picture, the hardware and the cuts.
 std::optional<Refusal> PlanVideo(const std::optional<CopyDecision>& copy, const MachineState& machine,
                                  StreamPlan& plan) {
@@ -47,11 +59,23 @@ std::optional<Refusal> PlanVideo(const std::optional<CopyDecision>& copy, const 
   plan.picture = PlanEncodedPicture(plan.source, plan.profile);
   if (machine.memory_free < MemoryToEncode(plan.source.video, plan.picture))
     return Refusal{kTooLittleMemory, std::to_string(machine.memory_free) + " bytes of memory are left"};
-  plan.hardware = machine.hardware && Serves(plan.profile, "VAAPI_HLS", false);
-  if (!plan.hardware && !Serves(plan.profile, "HLS", false))
-    return Refusal{kNoHardware, "the profile " + plan.profile.name + " is for hardware alone"};
+  if (std::optional<Refusal> refusal = PlanEncoder(machine, plan)) return refusal;
   plan.grid = MakeFrameGrid(plan.picture.frame_rate, duration);
   return std::nullopt;
+}
+
+using Sound = std::variant<std::vector<AudioPlan>, Refusal>;
+
+// What the plan needs beyond its sound.
+std::optional<Refusal> Finish(const Sound& sound, const std::optional<CopyDecision>& copy,
+                              const MachineState& machine, StreamPlan& plan) {
+  if (!machine.space) return Refusal{kNoSpace, "no space for another stream"};
+  if (const auto* const refusal = std::get_if<Refusal>(&sound)) return *refusal;
+  if (plan.video == VideoWay::kNone && plan.audio.empty())
+    return Refusal{kVideoNotSupported, "nothing to be seen or heard"};
+  if (plan.source.duration_ms <= 0 || plan.source.duration_ms > kLongestFilm)
+    return Refusal{kVideoNotSupported, "the length of the film is not known"};
+  return PlanVideo(copy, machine, plan);
 }
 
 }  // namespace
@@ -67,7 +91,7 @@ std::variant<StreamPlan, Refusal> PlanStream(const SourceTraits& source, const S
   plan.profile = profile;
   const bool copies = CopiesVideo(profile);
   plan.video = source.video.track < 0 ? VideoWay::kNone : copies ? VideoWay::kCopy : VideoWay::kEncode;
-  auto sound = PlanSound(source, wishes, profile, {.copies = copies});
+  Sound sound = PlanSound(source, wishes, profile, {.copies = copies});
   if (auto* const planned = std::get_if<std::vector<AudioPlan>>(&sound)) plan.audio = std::move(*planned);
 
   const std::optional<Refusal> not_encoded = WhyNothingIsEncoded(machine);
@@ -78,13 +102,25 @@ std::variant<StreamPlan, Refusal> PlanStream(const SourceTraits& source, const S
     if (plan.video == VideoWay::kEncode || planned == nullptr) return *not_encoded;
     plan.audio = std::move(*planned);
   }
-  if (!machine.space) return Refusal{kNoSpace, "no space for another stream"};
-  if (const auto* const refusal = std::get_if<Refusal>(&sound)) return *refusal;
-  if (plan.video == VideoWay::kNone && plan.audio.empty())
-    return Refusal{kVideoNotSupported, "nothing to be seen or heard"};
-  if (source.duration_ms <= 0 || source.duration_ms > kLongestFilm)
-    return Refusal{kVideoNotSupported, "the length of the film is not known"};
-  if (std::optional<Refusal> refusal = PlanVideo(copy, machine, plan)) return *refusal;
+  if (std::optional<Refusal> refusal = Finish(sound, copy, machine, plan)) return *refusal;
+  return plan;
+}
+
+std::variant<StreamPlan, Refusal> PlanSmoothStream(const SourceTraits& source, const StreamWishes& wishes,
+                                                   const media::TransProfile& profile,
+                                                   const MachineState& machine) {
+  if (!wishes.audio_format.empty() && wishes.audio_format != "aac")
+    return Refusal{kAudioNotSupported, "no [" + wishes.audio_format + "] in Smooth Streaming"};
+  StreamPlan plan;
+  plan.delivery = Delivery::kSmooth;
+  plan.source = source;
+  plan.profile = profile;
+  plan.profile.audio_channels = kSmoothChannels;
+  plan.video = source.video.track < 0 ? VideoWay::kNone : VideoWay::kEncode;
+  Sound sound = PlanSound(source, {wishes.audio_track, "aac"}, plan.profile, {.copies = false});
+  if (auto* const planned = std::get_if<std::vector<AudioPlan>>(&sound)) plan.audio = std::move(*planned);
+  if (std::optional<Refusal> refusal = WhyNothingIsEncoded(machine)) return *refusal;
+  if (std::optional<Refusal> refusal = Finish(sound, std::nullopt, machine, plan)) return *refusal;
   return plan;
 }
 

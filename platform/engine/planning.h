@@ -17,7 +17,7 @@ namespace kinora::engine {
 // The audio format of those who want AC-3 and E-AC-3 as they are.
 inline constexpr char kCopyAc3[] = "ac3_copy";
 
-// The viewer's wishes, as HttpLiveStream::Init takes them.
+// The viewer's wishes, as HttpLiveStream::Init and SmoothStream::Init take them.
 struct StreamWishes {
   std::string audio_track;
   std::string audio_format;
@@ -35,10 +35,16 @@ struct MachineState {
 // Whether the profile asks for the video to be copied into HLS.
 bool CopiesVideo(const media::TransProfile& profile);
 
-// `copy` is PlanCopy's word where the profile copies the video and the film has one.
+// For HLS. `copy` is PlanCopy's word where the profile copies the video and the film has one.
 std::variant<StreamPlan, Refusal> PlanStream(const SourceTraits& source, const StreamWishes& wishes,
                                              const media::TransProfile& profile,
                                              const std::optional<CopyDecision>& copy,
                                              const MachineState& machine);
+
+// For Smooth Streaming: picture and sound are encoded, in software, the sound to AAC of two channels. All but
+// the picture's parameter sets, which only the encoder knows.
+std::variant<StreamPlan, Refusal> PlanSmoothStream(const SourceTraits& source, const StreamWishes& wishes,
+                                                   const media::TransProfile& profile,
+                                                   const MachineState& machine);
 
 }  // namespace kinora::engine

@@ -32,6 +32,8 @@ VideoTraits ReadVideo(const Json::Value& track) {
   video.frame_rate = FrameRate(track);
   video.field_order = TextOf(track, "field_order");
   video.hdr = TextOf(track, "hdr");
+  video.color = {TextOf(track, "color_matrix"), TextOf(track, "color_primaries"),
+                 TextOf(track, "color_transfer")};
   video.pixel_format = TextOf(track, "pixel_format");
   video.profile = TextOf(track, "profile");
   video.decodable = FlagOf(track, "decodable");

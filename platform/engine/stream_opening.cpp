@@ -5,9 +5,12 @@
 #include "platform/base/log.h"
 #include "platform/engine/look.h"
 #include "platform/engine/machine_state.h"
+#include "platform/engine/parameter_sets.h"
 #include "platform/engine/playlists.h"
+#include "platform/engine/smooth_manifest.h"
 #include "platform/engine/source_traits.h"
 #include "platform/engine/stream_request.h"
+#include "platform/engine/stream_space.h"
 
 namespace kinora::engine {
 namespace {
@@ -36,13 +39,28 @@ StreamWishes WishesThatCanBeMet(const SourceTraits& source, const media::TransPr
   return wishes;
 }
 
+// What a stream was prepared for, as it is now.
+struct Wanted {
+  media::TransProfile profile;
+  SourceTraits source;
+};
+
+std::variant<Wanted, Refusal> LookAtWanted(const StreamFolder& folder, const std::string& type) {
+  const auto request = ReadRequest(folder, type);
+  if (!request) return Refusal{"", "no record of what was asked for"};
+  const auto profile = media::LoadTransProfile(request->profile_file, request->profile_name);
+  if (!profile) return Refusal{"", "no profile [" + request->profile_name + "]"};
+  auto source = LookAtSource(request->file_path);
+  if (const auto* const refusal = std::get_if<Refusal>(&source)) return *refusal;
+  return Wanted{*profile, std::move(std::get<SourceTraits>(source))};
+}
+
 // The plan comes last: a stream is open when it is there.
 std::optional<Refusal> WriteAll(const StreamFolder& folder, const StreamPlan& plan,
-                                const Json::Value& stream_url) {
+                                const std::vector<Playlist>& playlists) {
   try {
     folder.MakeWorkFolder();
-    for (const Playlist& playlist : MakePlaylists(plan, StreamAddress(stream_url, folder.StreamId())))
-      folder.Write(playlist.name, playlist.text);
+    for (const Playlist& playlist : playlists) folder.Write(playlist.name, playlist.text);
     folder.Write(kPlanFile, ToJsonText(plan));
     return std::nullopt;
   } catch (const std::system_error& error) {
@@ -56,17 +74,34 @@ std::optional<Refusal> WriteAll(const StreamFolder& folder, const StreamPlan& pl
 std::optional<Refusal> OpenHls(const StreamFolder& folder, const Json::Value& stream_url,
                                const StreamWishes& wishes) {
   if (!stream_url.isObject()) return Refusal{"", "no address to make playlists from"};
-  const auto request = ReadRequest(folder, "HLS");
-  if (!request) return Refusal{"", "no record of what was asked for"};
-  const auto profile = media::LoadTransProfile(request->profile_file, request->profile_name);
-  if (!profile) return Refusal{"", "no profile [" + request->profile_name + "]"};
-  const auto source = LookAtSource(request->file_path);
-  if (const auto* const refusal = std::get_if<Refusal>(&source)) return *refusal;
-  const SourceTraits& traits = std::get<SourceTraits>(source);
-  const auto plan = PlanStream(traits, WishesThatCanBeMet(traits, *profile, wishes), *profile,
-                               DecideCopy(traits, *profile), LookAtMachine());
+  const auto wanted = LookAtWanted(folder, "HLS");
+  if (const auto* const refusal = std::get_if<Refusal>(&wanted)) return *refusal;
+  const auto& [profile, source] = std::get<Wanted>(wanted);
+  const auto plan = PlanStream(source, WishesThatCanBeMet(source, profile, wishes), profile,
+                               DecideCopy(source, profile), LookAtMachine());
   if (const auto* const refusal = std::get_if<Refusal>(&plan)) return *refusal;
-  return WriteAll(folder, std::get<StreamPlan>(plan), stream_url);
+  const StreamAddress address(stream_url, folder.StreamId());
+  return WriteAll(folder, std::get<StreamPlan>(plan), MakePlaylists(std::get<StreamPlan>(plan), address));
+}
+
+std::optional<Refusal> OpenSmooth(const StreamFolder& folder, const StreamWishes& wishes) {
+  const auto wanted = LookAtWanted(folder, "SS");
+  if (const auto* const refusal = std::get_if<Refusal>(&wanted)) return *refusal;
+  const auto& [profile, source] = std::get<Wanted>(wanted);
+  auto planned = PlanSmoothStream(source, wishes, profile, LookAtMachine());
+  if (const auto* const refusal = std::get_if<Refusal>(&planned)) return *refusal;
+  StreamPlan& plan = std::get<StreamPlan>(planned);
+  if (plan.video != VideoWay::kNone) {
+    const std::optional<std::string> sets = FindParameterSets(plan);
+    if (!sets) return Refusal{"", "the encoder does not work"};
+    plan.picture.parameter_sets = *sets;
+  }
+  return WriteAll(folder, plan, {{kSmoothManifest, MakeSmoothManifest(plan)}});
+}
+
+Refusal WhyNotPrepared() {
+  if (!HasSpaceForAStream()) return {kNoSpace, "no volume has the space"};
+  return {"", "no stream was prepared"};
 }
 
 std::optional<StreamPlan> ReadPlan(const StreamFolder& folder) {

@@ -13,10 +13,14 @@ namespace kinora::engine {
 
 inline constexpr char kPlanFile[] = "plan.json";
 
-// Looks at the film, plans, and writes all that fragments and playlists are served from into the folder.
-// Nothing when the stream is open; else why it is not, and the folder is to be removed.
+// Look at the film, plan, and write all that fragments and playlists, or the manifest, are served from into
+// the folder. Nothing when the stream is open; else why it is not, and the folder is to be removed.
 std::optional<Refusal> OpenHls(const StreamFolder& folder, const Json::Value& stream_url,
                                const StreamWishes& wishes);
+std::optional<Refusal> OpenSmooth(const StreamFolder& folder, const StreamWishes& wishes);
+
+// Why an object stands for no stream, since none could be prepared.
+Refusal WhyNotPrepared();
 
 // The plan of an open stream. Nothing, with a line in the log, when there is none that can be read.
 std::optional<StreamPlan> ReadPlan(const StreamFolder& folder);

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/engine/color_labels.h"
 #include "platform/engine/fragment_id.h"
 #include "platform/engine/media_time.h"
 #include "platform/engine/segment_grid.h"
@@ -39,6 +40,7 @@ struct VideoTraits {
   MediaTime frame_rate{0};   // of the source; 0: not known
   std::string field_order;   // "progressive", "tt", "bb", "tb", "bt", "": not known
   std::string hdr;           // "pq", "hlg", "": none
+  ColorLabels color;         // as the file has them
   std::string pixel_format;  // FFmpeg's name
   std::string profile;       // VideoMetaData's
   bool decodable = true;     // this machine has a decoder for it

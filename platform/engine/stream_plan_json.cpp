@@ -64,6 +64,9 @@ Json::Value Write(const VideoTraits& video) {
   record["frame_rate"] = Write(video.frame_rate);
   record["field_order"] = video.field_order;
   record["hdr"] = video.hdr;
+  record["color_matrix"] = video.color.matrix;
+  record["color_primaries"] = video.color.primaries;
+  record["color_transfer"] = video.color.transfer;
   record["pixel_format"] = video.pixel_format;
   record["profile"] = video.profile;
   record["decodable"] = video.decodable;
@@ -82,6 +85,8 @@ VideoTraits ReadVideo(const Json::Value& record) {
   video.frame_rate = TimeIn(record, "frame_rate");
   video.field_order = TextIn(record, "field_order");
   video.hdr = TextIn(record, "hdr");
+  video.color = {TextIn(record, "color_matrix"), TextIn(record, "color_primaries"),
+                 TextIn(record, "color_transfer")};
   video.pixel_format = TextIn(record, "pixel_format");
   video.profile = TextIn(record, "profile");
   video.decodable = FlagIn(record, "decodable");

@@ -52,6 +52,14 @@ bool WriteRecordOf(const VTEInitArgument& argument, const std::string& stream_id
 
 }  // namespace
 
+bool VTEStream::State::IsOpen(const std::optional<engine::Refusal>& refusal) {
+  error = refusal ? refusal->keyword : "";
+  if (refusal)
+    Log(LOG_ERR, kUnit,
+        "Refused the stream [" + stream_id + "] " + refusal->keyword + ": " + refusal->reason);
+  return !refusal;
+}
+
 VTEStream::VTEStream(const std::string& stream_id, const std::string& type_name)
     : state_(std::make_unique<State>(State{stream_id, type_name, ""})) {}
 VTEStream::~VTEStream() = default;

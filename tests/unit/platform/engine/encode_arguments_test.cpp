@@ -168,5 +168,46 @@ TEST(AudioArguments, RefuseWhatIsNotEncoded) {
   EXPECT_THROW(AudioArguments(Plan(), Plan().audio[0], 1'000'000), std::out_of_range);
 }
 
+StreamPlan SmoothPlan() {
+  StreamPlan plan = Plan();
+  plan.delivery = Delivery::kSmooth;
+  plan.source.video.height = 1080;
+  return plan;
+}
+
+TEST(JobArguments, FixWhatAPictureOfSmoothStreamingIs) {
+  const std::vector<std::string> arguments = JobArguments(SmoothPlan(), {3, 4, false});
+  EXPECT_EQ(
+      ValueOf(arguments, "-vf"),
+      "tpad=stop=-1:stop_mode=clone,fps=25/1:start_time=7.000000,trim=end_frame=300,"
+      "scale=1280:720:in_color_matrix=bt709:out_color_matrix=bt709:out_range=tv,setsar=1,format=yuv420p,"
+      "setparams=range=tv:field_mode=prog:colorspace=bt709:color_primaries=bt709:color_trc=bt709");
+  EXPECT_EQ(ValueOf(arguments, "-x264-params"), "stitchable=1");
+  EXPECT_EQ(ValueOf(arguments, "-chroma_sample_location"), "left");
+  EXPECT_THAT(arguments, Contains("-an"));
+}
+
+TEST(JobArguments, MapHdrAndLabelWhatComesOutForSmoothStreaming) {
+  StreamPlan plan = SmoothPlan();
+  plan.source.video.hdr = "pq";
+  plan.source.video.color = {"bt2020nc", "bt2020", "smpte2084"};
+  const std::string filters = FiltersOf(plan);
+  EXPECT_THAT(filters, HasSubstr("tonemap"));
+  EXPECT_THAT(filters, Not(HasSubstr("in_color_matrix")));
+  EXPECT_THAT(filters, HasSubstr("colorspace=bt709:color_primaries=bt709:color_trc=bt709"));
+}
+
+TEST(HeaderArguments, NameThePicturesShapeAndTheJobsEncoder) {
+  const StreamPlan plan = SmoothPlan();
+  const std::vector<std::string> arguments = HeaderArguments(plan);
+  const std::vector<std::string> job = JobArguments(plan, {0, 1, false});
+  EXPECT_EQ(ValueOf(arguments, "-i"), "color=size=1280x720:rate=25/1");
+  for (const char* option : {"-c:v", "-preset", "-crf", "-maxrate", "-bufsize", "-profile:v", "-level:v",
+                             "-x264-params", "-chroma_sample_location", "-bf", "-g"}) {
+    EXPECT_EQ(ValueOf(arguments, option), ValueOf(job, option)) << option;
+  }
+  EXPECT_TRUE(ValueOf(job, "-vf").ends_with(ValueOf(arguments, "-vf")));
+}
+
 }  // namespace
 }  // namespace kinora::engine

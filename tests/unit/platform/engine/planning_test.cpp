@@ -403,5 +403,73 @@ TEST(Planning, RefusesToCopyWhatCannotBeCopied) {
   EXPECT_EQ(Refused(turned, {}, CopyProfile()), kVideoNotSupported);
 }
 
+// The keyword; "planned" when there is no refusal.
+std::string SmoothRefused(const SourceTraits& film, const StreamWishes& wishes = {},
+                          const media::TransProfile& profile = SmoothProfile(),
+                          const MachineState& machine = {}) {
+  const auto plan = PlanSmoothStream(film, wishes, profile, machine);
+  const auto* const refusal = std::get_if<Refusal>(&plan);
+  return refusal == nullptr ? "planned" : refusal->keyword;
+}
+
+TEST(PlanningSmooth, EncodesThePictureAndEachTrackByItself) {
+  SourceTraits film = Film();
+  film.audio = {Track(1, "aac"), Track(2, "ac3", 6), Track(3, "mp3")};
+  media::TransProfile profile = SmoothProfile();
+  profile.audio_channels = 6;
+  const auto plan = std::get<StreamPlan>(PlanSmoothStream(film, {"2", ""}, profile, {.hardware = true}));
+  EXPECT_EQ(plan.delivery, Delivery::kSmooth);
+  EXPECT_EQ(plan.video, VideoWay::kEncode);
+  EXPECT_FALSE(plan.hardware);
+  EXPECT_EQ(plan.picture.width, 1024);
+  EXPECT_EQ(plan.grid, MakeFrameGrid(25, 60));
+  ASSERT_EQ(plan.audio.size(), 3U);
+  for (const AudioPlan& audio : plan.audio) {
+    EXPECT_EQ(audio.way, AudioWay::kEncode);
+    EXPECT_EQ(audio.codec, "aac");
+    EXPECT_EQ(audio.channels, 2);
+    EXPECT_EQ(audio.frequency, 48'000);
+    EXPECT_EQ(audio.bitrate, 128'000);
+    EXPECT_EQ(audio.is_default, audio.track == 2);
+  }
+}
+
+TEST(PlanningSmooth, NeverMixesSoundIntoThePicturesFragments) {
+  EXPECT_FALSE(SmoothPlan(Film()).SoundIsMuxed());
+  SourceTraits silent = Film();
+  silent.audio.clear();
+  EXPECT_TRUE(SmoothPlan(silent).audio.empty());
+  SourceTraits sound = Film();
+  sound.video = {};
+  EXPECT_EQ(SmoothPlan(sound).video, VideoWay::kNone);
+  EXPECT_EQ(SmoothPlan(sound).grid, MakeSoundGrid(60));
+}
+
+TEST(PlanningSmooth, RefusesWithTheKeywordsOfHls) {
+  const auto changed = [](const std::function<void(SourceTraits&)>& change) {
+    SourceTraits film = Film();
+    change(film);
+    return SmoothRefused(film);
+  };
+  const media::TransProfile smooth = SmoothProfile();
+  EXPECT_EQ(SmoothRefused(Film(), {}, smooth, {.transcoding = false}), "TransEnable");
+  EXPECT_EQ(SmoothRefused(Film(), {}, smooth, {.converting_offline = true}), "TransEnableOfflineConverting");
+  EXPECT_EQ(SmoothRefused(Film(), {}, smooth, {.space = false}), "TransSapceNotEnough");
+  EXPECT_EQ(SmoothRefused(Film(), {}, smooth, {.memory_free = 1}), "NeedToChangeMemoryLayout");
+  EXPECT_EQ(SmoothRefused(Film(), {"9", ""}), "TransAudioNotSupported");
+  EXPECT_EQ(SmoothRefused(Film(), {"", "mp3"}), "TransAudioNotSupported");
+  EXPECT_EQ(SmoothRefused(Film(), {}, HdProfile()), "");
+  EXPECT_EQ(changed([](SourceTraits& film) { film.audio[0].decodable = false; }), "TransAudioNotSupported");
+  EXPECT_EQ(changed([](SourceTraits& film) { film.video.decodable = false; }), "TransVideoNotSupported");
+  EXPECT_EQ(changed([](SourceTraits& film) { film.duration_ms = 0; }), "TransVideoNotSupported");
+  EXPECT_EQ(changed([](SourceTraits& film) { film = {}; }), "TransVideoNotSupported");
+  EXPECT_EQ(changed([](SourceTraits& film) { film.video.width = 10'000; }),
+            "TransVideoOutOfResolutionCapability");
+  EXPECT_EQ(changed([](SourceTraits& film) { film.video.frame_rate = 300; }),
+            "TransVideoOutOfFramerateCapability");
+  EXPECT_EQ(changed([](SourceTraits& film) { film.video.profile = "Extended"; }),
+            "TransVideoOutOfProfileCapability");
+}
+
 }  // namespace
 }  // namespace kinora::engine

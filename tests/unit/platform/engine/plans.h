@@ -49,6 +49,27 @@ inline media::TransProfile HdProfile() {
   return profile;
 }
 
+inline media::TransProfile SmoothProfile() {
+  media::TransProfile profile;
+  profile.name = "smooth";
+  profile.uses = {{"SS", false, false}};
+  profile.width = 1024;
+  profile.height = 576;
+  profile.frame_rate = 30;
+  profile.video_bitrate = 1'500'000;
+  profile.h264_profile = "high";
+  profile.h264_level = "3.1";
+  profile.audio_bitrate = 128'000;
+  return profile;
+}
+
+// For Smooth Streaming, with made up parameter sets.
+inline StreamPlan SmoothPlan(const SourceTraits& film) {
+  auto plan = std::get<StreamPlan>(PlanSmoothStream(film, {}, SmoothProfile(), {}));
+  if (plan.video != VideoWay::kNone) plan.picture.parameter_sets = "00000001674D000000000168EE";
+  return plan;
+}
+
 inline media::TransProfile CopyProfile() {
   media::TransProfile profile;
   profile.name = "as_filmed";

@@ -17,6 +17,7 @@ StreamPlan FullPlan() {
   film.video.rotate = 90;
   film.video.hdr = "pq";
   film.video.profile = "High";
+  film.video.color = {"bt2020nc", "bt2020", "smpte2084"};
   film.audio = {Track(1, "aac"), Track(2, "ac3", 6)};
   film.audio[0].language = "ger";
   film.audio[1].title = "\"\\\n";
@@ -47,8 +48,7 @@ TEST(StreamPlan, HasTheFragmentsThatItsPlaylistsName) {
   EXPECT_TRUE(muxed.HasFragment({std::nullopt, 0}));
   EXPECT_FALSE(muxed.HasFragment({1, 0})) << "it travels in the main fragments";
 
-  StreamPlan smooth = muxed;
-  smooth.delivery = Delivery::kSmooth;
+  const StreamPlan smooth = SmoothPlan(film);
   EXPECT_TRUE(smooth.HasFragment({std::nullopt, 0}) && smooth.HasFragment({1, 0}));
 
   film.video = {};
@@ -66,11 +66,10 @@ TEST(StreamPlanText, GivesBackTheSamePlan) {
   film.video = {};
   const StreamPlan sound = std::get<StreamPlan>(PlanStream(film, {}, CopyProfile(), Copies(), {}));
   EXPECT_EQ(ParsePlan(ToJsonText(sound)), sound);
-  StreamPlan smooth = std::get<StreamPlan>(PlanStream(Film(), {}, HdProfile(), std::nullopt, {}));
-  smooth.delivery = Delivery::kSmooth;
-  EXPECT_EQ(ParsePlan(ToJsonText(smooth)), std::nullopt) << "without parameter sets";
-  smooth.picture.parameter_sets = "000000016742C01E0000000168CE3C80";
+  StreamPlan smooth = SmoothPlan(Film());
   EXPECT_EQ(ParsePlan(ToJsonText(smooth)), smooth);
+  smooth.picture.parameter_sets.clear();
+  EXPECT_EQ(ParsePlan(ToJsonText(smooth)), std::nullopt);
 }
 
 TEST(StreamPlanText, IsNoPlanWhenItIsTorn) {

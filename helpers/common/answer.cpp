@@ -2,14 +2,13 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <new>
-#include <string_view>
 
 #include "helpers/common/exit_codes.h"
 #include "helpers/common/media_input.h"
 #include "helpers/common/rights.h"
+#include "helpers/common/write_all.h"
 
 extern "C" {
 #include <libavutil/log.h>
@@ -17,16 +16,6 @@ extern "C" {
 
 namespace kinora::helper {
 namespace {
-
-bool WriteAll(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    bytes.remove_prefix(static_cast<size_t>(written));
-  }
-  return true;
-}
 
 int Fail(int code, const char* reason) {
   std::fprintf(stderr, "%s\n", reason);
@@ -40,7 +29,7 @@ int Answer(const std::function<std::string()>& work, uint64_t file_size, uint64_
   const std::string trouble = GiveUpRights(file_size, seconds);
   if (!trouble.empty()) return Fail(kNoPower, trouble.c_str());
   try {
-    return WriteAll(work()) ? kDone : Fail(kNoOutput, "the answer cannot be written");
+    return WriteAll(STDOUT_FILENO, work()) ? kDone : Fail(kNoOutput, "the answer cannot be written");
   } catch (const Failure& failure) {
     return Fail(failure.Code(), failure.what());
   } catch (const std::bad_alloc&) {

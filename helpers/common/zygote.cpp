@@ -79,7 +79,7 @@ void ServeRun(Descriptor connection, pid_t zygote, const ZygoteLimits& limits, c
   ::alarm(static_cast<unsigned int>(limits.deadline.count()));
   if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || ::getppid() != zygote) return;
   std::optional<base::Handover> handover = base::ReceiveHandover(connection.Get());
-  if (!handover || handover->descriptors.size() != limits.descriptors) return;
+  if (!handover || handover->descriptors.empty() || handover->descriptors.size() > limits.descriptors) return;
   const std::vector<std::string> arguments = std::move(handover->texts);
   const int place = ArrangeDescriptors(std::move(*handover), std::move(connection));
   if (place < 0 || !EndWithConnection(place)) return;

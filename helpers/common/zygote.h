@@ -18,7 +18,7 @@ namespace kinora::helper {
 using RunFunction = std::function<int(const std::vector<std::string>& arguments)>;
 
 struct ZygoteLimits {
-  size_t descriptors = 0;         // of each run, standard error among them
+  size_t descriptors = 0;         // of each run at most, standard error among them
   std::chrono::seconds deadline;  // of each run; then it is killed
   unsigned int runs = 0;          // at once; more connections wait
 };

@@ -1,24 +1,19 @@
 #include "helpers/remux/frame_splitter.h"
 
-#include <array>
 #include <cstring>
 #include <new>
 
 #include "helpers/common/exit_codes.h"
 #include "helpers/common/media_input.h"
+#include "helpers/remux/adts.h"
 
 namespace kinora::helper {
 namespace {
 
-// The parser leaves it to the decoder how long a frame of AAC is; its header tells (ISO/IEC 13818-7, 6.2).
-constexpr std::array<int, 13> kAdtsRates = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
-                                            22050, 16000, 12000, 11025, 8000,  7350};
-constexpr int kAdtsSamples = 1024;
-
+// The parser leaves it to the decoder how long a frame of AAC is; its header tells.
 int AdtsRate(const uint8_t* bytes, int size) {
-  const bool is_adts = size >= 7 && bytes[0] == 0xff && (bytes[1] & 0xf6) == 0xf0;
-  const size_t rate = is_adts ? size_t{bytes[2]} >> 2 & 0xf : kAdtsRates.size();
-  return rate < kAdtsRates.size() ? kAdtsRates[rate] : 0;
+  const auto header = ReadAdts({reinterpret_cast<const char*>(bytes), static_cast<size_t>(size)});
+  return header ? header->rate : 0;
 }
 
 }  // namespace

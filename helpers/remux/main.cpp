@@ -6,14 +6,19 @@
 // comes first, as END for all that comes last. VIDEO and AUDIO are the streams' numbers in the file, or "-".
 // A fragment with video must begin and end at cuts of the index.
 //
-// kinora-remux --zygote: makes fragments for all who connect to the socket that is open as descriptor 3, each
+// kinora-remux --smooth SEQUENCE FIRST COUNT UNIT SETS: makes a chunk of Smooth Streaming of the fragment of
+// a transport stream that is open as descriptor 3, and writes that to descriptor 4. It holds COUNT pictures
+// or packets of sound, from the film's sample FIRST on (0 is its first), each of which lasts UNIT seconds, as
+// a fraction; SETS are the parameter sets of its pictures in hexadecimal digits, "-" when it is sound.
+// SEQUENCE counts its track's chunks from 1.
+//
+// kinora-remux --zygote: makes both for all who connect to the socket that is open as descriptor 3, each
 // in a process of its own (zygote.h). It has done then what takes most of the time of a short run: the
 // loader's work for the hundred libraries behind libavformat.
 #include <sys/mman.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -22,9 +27,12 @@
 
 #include "helpers/common/answer.h"
 #include "helpers/common/exit_codes.h"
+#include "helpers/common/write_all.h"
 #include "helpers/common/zygote.h"
+#include "helpers/remux/arguments.h"
 #include "helpers/remux/demuxed.h"
 #include "helpers/remux/listed.h"
+#include "helpers/remux/smooth_chunk.h"
 
 namespace {
 
@@ -39,27 +47,14 @@ constexpr uint64_t kSeconds = 55;                         // of the processor
 // Standard error, the film, the fragment and the index.
 constexpr kinora::helper::ZygoteLimits kZygote{4, std::chrono::seconds(60), 64};
 
-template <typename Number>
-Number NumberFrom(std::string_view text, Number least, Number most) {
-  Number number = 0;
-  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || stop != text.data() + text.size() || number < least || number > most) {
-    throw Failure(kinora::helper::kUsage, "no such number");
-  }
-  return number;
-}
-
-std::optional<Moment> MomentFrom(std::string_view text) {
+std::optional<Moment> BoundaryFrom(std::string_view text) {
   if (text == "-") return std::nullopt;
-  const size_t slash = text.find('/');
-  if (slash == std::string_view::npos) throw Failure(kinora::helper::kUsage, "no fraction");
-  return Moment{NumberFrom<int64_t>(text.substr(0, slash), 0, kinora::helper::kLatest),
-                NumberFrom<int64_t>(text.substr(slash + 1), 1, int64_t{1} << 31)};
+  return kinora::helper::MomentFrom(text);
 }
 
 std::optional<int> TrackFrom(std::string_view text) {
   if (text == "-") return std::nullopt;
-  return NumberFrom<int>(text, 0, kinora::helper::kMostStreams);
+  return kinora::helper::NumberFrom<int>(text, 0, kinora::helper::kMostStreams);
 }
 
 // What lies behind the line of JSON. It stays mapped until the program ends.
@@ -79,7 +74,7 @@ std::string_view MapIndex() {
 std::string Remux(const std::vector<std::string>& arguments) {
   const IndexReader index(MapIndex());
   const kinora::helper::Selection selection =
-      kinora::helper::Select(index.Film(), MomentFrom(arguments[0]), MomentFrom(arguments[1]),
+      kinora::helper::Select(index.Film(), BoundaryFrom(arguments[0]), BoundaryFrom(arguments[1]),
                              TrackFrom(arguments[2]), TrackFrom(arguments[3]));
   if (!selection.video && !selection.audio) throw Failure(kinora::helper::kUsage, "nothing to copy");
   kinora::helper::TransportWriter out(index.Film(), selection, kFragmentDescriptor);
@@ -92,10 +87,24 @@ std::string Remux(const std::vector<std::string>& arguments) {
   return "";
 }
 
+std::string Repackage(const std::vector<std::string>& arguments) {
+  const kinora::helper::ChunkOrder order =
+      kinora::helper::OrderFrom({arguments.begin() + 1, arguments.end()});
+  const std::string chunk = kinora::helper::MakeChunk(kinora::helper::kMediaDescriptor, order);
+  if (!kinora::helper::WriteAll(kFragmentDescriptor, chunk)) {
+    throw Failure(kinora::helper::kNoOutput, "the chunk cannot be written");
+  }
+  return "";
+}
+
 int Run(const std::vector<std::string>& arguments) {
+  if (arguments.size() == 6 && arguments.front() == "--smooth") {
+    return kinora::helper::Answer([&arguments] { return Repackage(arguments); }, kLargestFragment, kSeconds);
+  }
   if (arguments.size() != 4) {
     std::fputs(
         "usage: kinora-remux START END VIDEO AUDIO 3<FILE 4>FRAGMENT 5<INDEX\n"
+        "       kinora-remux --smooth SEQUENCE FIRST COUNT UNIT SETS 3<FRAGMENT 4>CHUNK\n"
         "       kinora-remux --zygote 3<SOCKET\n",
         stderr);
     return kinora::helper::kUsage;

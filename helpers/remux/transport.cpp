@@ -1,13 +1,12 @@
 #include "helpers/remux/transport.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <new>
+#include <string>
 
 #include "helpers/common/exit_codes.h"
+#include "helpers/common/write_all.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -22,9 +21,8 @@ constexpr int kBufferSize = 256 << 10;
 constexpr size_t kTransportPacket = 188;
 
 // A null packet (ISO/IEC 13818-1, 2.4.1): what players pass over.
-std::array<uint8_t, kTransportPacket> NullPacket() {
-  std::array<uint8_t, kTransportPacket> packet{};
-  packet.fill(0xff);
+std::string NullPacket() {
+  std::string packet(kTransportPacket, '\xff');
   packet[0] = 0x47;
   packet[1] = 0x1f;
   packet[3] = 0x10;
@@ -61,22 +59,9 @@ TransportWriter::~TransportWriter() {
 }
 
 int TransportWriter::WriteOut(void* opaque, uint8_t* bytes, int size) {
-  try {
-    static_cast<TransportWriter*>(opaque)->WriteAll(bytes, static_cast<size_t>(size));
-    return size;
-  } catch (const Failure&) {
-    return kTakesNoMore;
-  }
-}
-
-void TransportWriter::WriteAll(const uint8_t* bytes, size_t size) {
-  while (size > 0) {
-    const ssize_t written = ::write(descriptor_, bytes, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) throw Failure(kNoOutput, "the fragment cannot be written");
-    bytes += written;
-    size -= static_cast<size_t>(written);
-  }
+  const int descriptor = static_cast<const TransportWriter*>(opaque)->descriptor_;
+  const std::string_view all(reinterpret_cast<const char*>(bytes), static_cast<size_t>(size));
+  return WriteAll(descriptor, all) ? size : kTakesNoMore;
 }
 
 void TransportWriter::AddStream(size_t track) {
@@ -137,8 +122,7 @@ void TransportWriter::Finish() {
   Check(av_write_trailer(context_));
   avio_flush(context_->pb);
   Check(context_->pb->error);
-  const auto mark = NullPacket();
-  WriteAll(mark.data(), mark.size());
+  if (!WriteAll(descriptor_, NullPacket())) Check(kTakesNoMore);
 }
 
 }  // namespace kinora::helper

@@ -1,7 +1,6 @@
 // A fragment of a transport stream, as it is written.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -32,7 +31,6 @@ class TransportWriter {
   static int WriteOut(void* opaque, uint8_t* bytes, int size);
   void AddStream(size_t track);
   void WriteHeader(bool starts);
-  void WriteAll(const uint8_t* bytes, size_t size);
 
   const FilmIndex& film_;
   int descriptor_;

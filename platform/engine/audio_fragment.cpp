@@ -64,9 +64,7 @@ FragmentOutcome PrepareEncodedAudio(const StreamFolder& folder, const StreamPlan
     return Make(plan, audio, number, path);
   } catch (const std::system_error& error) {
     base::Log(LOG_ERR, kUnit, error.what());
-    if (error.code() == std::errc::no_space_on_device) return FragmentOutcome::kNoSpace;
-    if (error.code() == std::errc::no_such_file_or_directory) return FragmentOutcome::kGone;
-    return FragmentOutcome::kFailed;
+    return OutcomeOf(error);
   } catch (const std::invalid_argument& error) {  // the plan
     base::Log(LOG_ERR, kUnit, "[" + path + "] cannot be encoded: " + error.what());
     return FragmentOutcome::kFailed;

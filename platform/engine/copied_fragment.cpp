@@ -6,46 +6,30 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <system_error>
 #include <vector>
 
 #include "platform/base/log.h"
 #include "platform/engine/fragment_id.h"
+#include "platform/engine/kept_files.h"
 #include "platform/engine/media_index.h"
+#include "platform/engine/remux_helper.h"
+#include "platform/engine/scratch_file.h"
 #include "platform/engine/source_file.h"
 #include "platform/engine/stream_space.h"
-#include "platform/system/child.h"
 #include "platform/system/places.h"
 #include "platform/system/settings.h"
-#include "platform/system/zygote.h"
 
 namespace kinora::engine {
 namespace {
 
-namespace fs = std::filesystem;
 using system::ChildResult;
 
 constexpr char kUnit[] = "engine/copied_fragment";
-constexpr char kProgram[] = "libexec/kinora-remux";
-constexpr int kMediaDescriptor = 3;
-constexpr int kFragmentDescriptor = 4;
-constexpr int kIndexDescriptor = 5;
 constexpr int kUsage = 64;             // how the helper ends when it cannot use the index
-constexpr int kNoOutput = 74;          // and when the fragment cannot be written
 constexpr int64_t kSoundFragment = 6;  // seconds
 constexpr size_t kTransportPacket = 188;
-constexpr char kScratchSuffix[] = ".XXXXXX";
-constexpr size_t kMostKept = 16;     // fragments
-constexpr size_t kLeastKept = 4;     // whatever their size
-constexpr time_t kScratchAge = 600;  // seconds; nobody writes a fragment for so long
-
-constexpr system::ChildLimits kLimits{std::chrono::seconds(60), 1ULL << 30, 55, 1ULL << 30, 1U << 10};
+constexpr KeptKind kKept{".ts", 16, 4};
 
 CopyDecision Never(std::string reason) { return {CopyVerdict::kNever, {}, std::move(reason)}; }
 
@@ -86,59 +70,8 @@ bool IsWhole(const std::string& path) {
   return std::equal(kNullPacket.begin(), kNullPacket.end(), packet.begin());
 }
 
-// A file under a passing name, which goes unless it is published.
-class Scratch {
- public:
-  explicit Scratch(std::string path) : path_(std::move(path)), scratch_(path_ + kScratchSuffix) {
-    file_ = base::Descriptor(::mkostemp(scratch_.data(), O_CLOEXEC));
-    if (!file_) throw std::system_error(errno, std::generic_category(), "cannot make a file beside " + path_);
-  }
-  ~Scratch() {
-    if (!scratch_.empty()) ::unlink(scratch_.c_str());
-  }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-
-  int File() const { return file_.Get(); }
-  void Empty() const {
-    if (::ftruncate(file_.Get(), 0) != 0 || ::lseek(file_.Get(), 0, SEEK_SET) != 0) {
-      throw std::system_error(errno, std::generic_category(), "cannot empty " + scratch_);
-    }
-  }
-  void Publish() {
-    if (::rename(scratch_.c_str(), path_.c_str()) != 0) {
-      throw std::system_error(errno, std::generic_category(), "cannot rename " + scratch_);
-    }
-    scratch_.clear();
-  }
-
- private:
-  std::string path_;
-  std::string scratch_;
-  base::Descriptor file_;
-};
-
 FragmentOutcome Judge(const ChildResult& result, const Part& part) {
-  if (result.Succeeded()) return FragmentOutcome::kReady;
-  const bool no_output = result.end == ChildResult::End::kExited && result.status == kNoOutput;
-  base::Log(LOG_ERR, kUnit,
-            "The fragment from " + part.start + " to " + part.end + " was not copied: " +
-                std::to_string(static_cast<int>(result.end)) + ", " + std::to_string(result.status));
-  return no_output ? FragmentOutcome::kNoSpace : FragmentOutcome::kFailed;
-}
-
-// A helper that somebody killed, the kernel for want of memory perhaps, is given one more try.
-ChildResult Copy(int film, int index, const Part& part, const Scratch& scratch) {
-  system::Command command;
-  command.arguments = {system::InTarget(kProgram), part.start, part.end, part.video, part.audio};
-  command.descriptors = {
-      {film, kMediaDescriptor}, {scratch.File(), kFragmentDescriptor}, {index, kIndexDescriptor}};
-  command.limits = kLimits;
-  ChildResult result = system::RunByZygote(system::kRemuxSocket, command);
-  if (result.end == ChildResult::End::kNotStarted) result = system::RunChild(command);
-  if (result.end != ChildResult::End::kSignalled || result.status != SIGKILL) return result;
-  scratch.Empty();
-  return system::RunChild(command);
+  return JudgeRemux(result, "The fragment from " + part.start + " to " + part.end);
 }
 
 // What is kept of the film may have been damaged on the disk.
@@ -158,77 +91,22 @@ FragmentOutcome Make(const SourceIdentity& source, const Part& part, const std::
   if (!film) return FragmentOutcome::kGone;
   base::Descriptor index = FindIndex(source);
   if (!index) return FragmentOutcome::kFailed;
-  Scratch scratch(path);
-  ChildResult result = Copy(film.Get(), index.Get(), part, scratch);
+  ScratchFile scratch(path);
+  const std::vector<std::string> arguments = {part.start, part.end, part.video, part.audio};
+  ChildResult result = RunRemux(arguments, {film.Get(), scratch.File(), index.Get()}, scratch);
   if (HasRefusedTheIndex(result)) {
     ForgetIndex(source);
     index = FindIndex(source);
     if (!index) return FragmentOutcome::kFailed;
     scratch.Empty();
-    result = Copy(film.Get(), index.Get(), part, scratch);
+    result = RunRemux(arguments, {film.Get(), scratch.File(), index.Get()}, scratch);
   }
   const FragmentOutcome outcome = Judge(result, part);
   if (outcome != FragmentOutcome::kReady) return outcome;
   if (!OpenSource(source)) return FragmentOutcome::kGone;  // changed while it was read
-  scratch.Publish();
+  scratch.Replace();
   return FragmentOutcome::kReady;
 }
-
-// ---- what a stream keeps
-
-struct KeptFile {
-  fs::path path;
-  timespec used{};
-  uint64_t size = 0;
-};
-
-bool IsLater(const KeptFile& a, const KeptFile& b) {
-  return std::pair(a.used.tv_sec, a.used.tv_nsec) > std::pair(b.used.tv_sec, b.used.tv_nsec);
-}
-
-// Whole fragments, and what writers that died have left.
-void Sort(const std::string& folder, std::vector<KeptFile>& fragments, std::vector<fs::path>& scratch) {
-  std::error_code error;
-  for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
-       entry.increment(error)) {
-    const fs::path& path = entry->path();
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
-    if (path.extension() == ".ts") {
-      fragments.push_back({path, status.st_mtim, static_cast<uint64_t>(status.st_size)});
-    } else if (path.stem().extension() == ".ts" && ::time(nullptr) - status.st_mtime > kScratchAge) {
-      scratch.push_back(path);
-    }
-  }
-}
-
-// Of one more fragment, in bytes. It may be as large as the largest so far, or as the plan says.
-uint64_t RoomFor(const std::vector<KeptFile>& fragments, uint64_t planned) {
-  uint64_t room = planned;
-  for (const KeptFile& fragment : fragments) room = std::max(room, fragment.size);
-  return room;
-}
-
-// The fragments that were wanted longest ago go, so that one more has its place under the quota. One that is
-// being read can go: its reader has it open.
-void MakeRoom(const std::string& folder, uint64_t planned, uint64_t quota) {
-  std::vector<KeptFile> fragments;
-  std::vector<fs::path> gone;
-  Sort(folder, fragments, gone);
-  std::sort(fragments.begin(), fragments.end(), IsLater);
-  uint64_t bytes = RoomFor(fragments, planned);
-  for (size_t i = 0; i < fragments.size(); ++i) {
-    bytes += fragments[i].size;
-    const size_t with_the_new_one = i + 2;
-    if (with_the_new_one > kMostKept || (with_the_new_one > kLeastKept && bytes > quota)) {
-      gone.push_back(fragments[i].path);
-    }
-  }
-  for (const fs::path& path : gone) ::unlink(path.c_str());
-}
-
-// Counts as wanted just now.
-bool Touch(const std::string& path) { return ::utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0; }
 
 FragmentOutcome Prepare(const StreamFolder& folder, const SourceIdentity& source, const FragmentId& id,
                         const Part& part, uint64_t planned) {
@@ -236,15 +114,13 @@ FragmentOutcome Prepare(const StreamFolder& folder, const SourceIdentity& source
   if (IsWhole(path) && Touch(path)) return FragmentOutcome::kReady;
   try {
     const system::Settings settings = system::LoadSettings(system::kSettingsFile);
-    MakeRoom(folder.WorkPath(""), planned, settings.stream_quota);
+    MakeRoom(folder.WorkPath(""), kKept, planned, settings.stream_quota);
     if (HasSpaceBelow(folder, settings.free_space_floor)) return Make(source, part, path);
     base::Log(LOG_ERR, kUnit, "There is no space for " + path);
     return FragmentOutcome::kNoSpace;
   } catch (const std::system_error& error) {
     base::Log(LOG_ERR, kUnit, error.what());
-    if (error.code() == std::errc::no_space_on_device) return FragmentOutcome::kNoSpace;
-    return error.code() == std::errc::no_such_file_or_directory ? FragmentOutcome::kGone
-                                                                : FragmentOutcome::kFailed;
+    return OutcomeOf(error);
   }
 }
 

@@ -40,5 +40,6 @@ std::string ToText(const FragmentId& id) {
 }
 
 std::string FileName(const FragmentId& id) { return ToText(id) + ".ts"; }
+std::string SmoothFileName(const FragmentId& id) { return ToText(id) + ".m4s"; }
 
 }  // namespace kinora::engine

@@ -21,5 +21,7 @@ std::optional<FragmentId> ParseFragmentId(std::string_view text);
 std::string ToText(const FragmentId& id);
 // Its file's name in the stream's work folder.
 std::string FileName(const FragmentId& id);
+// The file of the chunk of Smooth Streaming that is made of it.
+std::string SmoothFileName(const FragmentId& id);
 
 }  // namespace kinora::engine

@@ -12,18 +12,11 @@
 #include <optional>
 #include <string>
 
+#include "platform/engine/fragment_outcome.h"
 #include "platform/engine/stream_folder.h"
 #include "platform/engine/stream_plan.h"
 
 namespace kinora::engine {
-
-enum class FragmentOutcome {
-  kReady,    // the file is there, whole
-  kNoJob,    // as many jobs as the settings allow are at work
-  kNoSpace,  // the volume has no space left
-  kGone,     // the source, or the stream, is gone or is another file now
-  kFailed,   // the encoder failed there, also when it was tried again
-};
 
 // Makes main fragment `number` of a plan whose video is encoded (it is one of the grid), and waits for it.
 FragmentOutcome PrepareByJob(const StreamFolder& folder, const StreamPlan& plan, int number);

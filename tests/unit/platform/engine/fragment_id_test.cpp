@@ -23,6 +23,7 @@ TEST(FragmentId, IsReadAndWrittenInItsTwoForms) {
     EXPECT_EQ(ParseFragmentId(one.text), one.id) << one.text;
     EXPECT_EQ(ToText(one.id), one.text);
     EXPECT_EQ(FileName(one.id), one.file);
+    EXPECT_EQ(SmoothFileName(one.id), std::string(one.text) + ".m4s");
   }
 }
 

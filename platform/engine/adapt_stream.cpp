@@ -9,6 +9,8 @@
 #include "platform/engine/copied_fragment.h"
 #include "platform/engine/fragment_id.h"
 #include "platform/engine/job.h"
+#include "platform/engine/smooth_address.h"
+#include "platform/engine/smooth_fragment.h"
 #include "platform/engine/source_traits.h"
 #include "platform/engine/stream_folder.h"
 #include "platform/engine/stream_opening.h"
@@ -25,9 +27,20 @@ using kinora::base::Log;
 
 constexpr char kUnit[] = "engine/adapt_stream";
 
+// The plan's fragment that a request names, in the form of the stream's type. Nothing when there is none.
+std::optional<engine::FragmentId> Find(const StreamPlan& plan, const std::string& fragment_id) {
+  if (plan.delivery == engine::Delivery::kSmooth) {
+    const auto address = engine::ParseSmoothAddress(fragment_id);
+    return address ? engine::FindChunk(plan, *address) : std::nullopt;
+  }
+  const auto id = engine::ParseFragmentId(fragment_id);
+  return id && plan.HasFragment(*id) ? id : std::nullopt;
+}
+
 // Who makes fragments looks first whether they are there; even then an encoder must hear what is wanted.
 // The plan has the fragment.
 FragmentOutcome Prepare(const StreamFolder& folder, const StreamPlan& plan, const engine::FragmentId& id) {
+  if (plan.delivery == engine::Delivery::kSmooth) return PrepareSmooth(folder, plan, id);
   if (!id.audio_track) {
     return plan.video == engine::VideoWay::kCopy ? PrepareCopied(folder, plan, id.number)
                                                  : PrepareByJob(folder, plan, id.number);
@@ -58,16 +71,26 @@ std::optional<std::string> Make(const std::string& type, const std::string& stre
                                 const std::string& fragment_id) {
   const auto folder = StreamFolder::Open(type, stream_id);
   if (!folder) return "there is no such stream";
-  const auto id = engine::ParseFragmentId(fragment_id);
-  if (!id) return "that is no fragment's id";
   const std::optional<StreamPlan> plan = engine::ReadPlan(*folder);
   if (!plan) return "the stream is not open";
   if (engine::IdentifySource(plan->source.identity.path) != plan->source.identity)
     return Describe(FragmentOutcome::kGone);
-  if (!plan->HasFragment(*id)) return "the plan has no such fragment";
+  const std::optional<engine::FragmentId> id = Find(*plan, fragment_id);
+  if (!id) return "the plan has no such fragment";
   const FragmentOutcome outcome = Prepare(*folder, *plan, *id);
   if (outcome == FragmentOutcome::kReady) return std::nullopt;
   return Describe(outcome);
+}
+
+// The name of the fragment's file; empty when there can be none.
+std::string FileOf(const StreamFolder& folder, const std::string& type, const std::string& fragment_id) {
+  if (type == "SS") {
+    const std::optional<StreamPlan> plan = engine::ReadPlan(folder);
+    const auto id = plan ? Find(*plan, fragment_id) : std::nullopt;
+    return id ? engine::SmoothFileName(*id) : "";
+  }
+  const auto id = engine::ParseFragmentId(fragment_id);
+  return id ? engine::FileName(*id) : "";
 }
 
 // A request that came just before may still start an encoder: then there is a second round.
@@ -85,9 +108,9 @@ bool AdaptStream::Transcoding(const std::string& fragment_id) const {
 
 std::string AdaptStream::GetFragmentPath(const std::string& fragment_id) const {
   const auto folder = StreamFolder::Open(state_->type, state_->stream_id);
-  const auto id = engine::ParseFragmentId(fragment_id);
-  if (!folder || !id) return "";
-  std::string path = folder->WorkPath(engine::FileName(*id));
+  const std::string file = folder ? FileOf(*folder, state_->type, fragment_id) : "";
+  if (file.empty()) return "";
+  std::string path = folder->WorkPath(file);
   struct stat status {};
   if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return "";
   return path;

@@ -1,9 +1,7 @@
 // Who gets a stream's playlists and fragments, and what the others are told. A fragment that lies on the disk
 // already is no exception.
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
-#include "platform/system/places.h"
 #include "tests/http/hls_expectations.h"
 
 using namespace kinora::test;
@@ -11,16 +9,6 @@ using namespace kinora::test;
 namespace {
 
 constexpr char kFilm[] = "languages.mkv";  // with two audio tracks, each a rendition of its own
-
-void ExpireAllSessions() {
-  sqlite3* database = nullptr;
-  ASSERT_EQ(sqlite3_open(kinora::system::kDatabaseFile, &database), SQLITE_OK);
-  sqlite3_busy_timeout(database, 30'000);
-  EXPECT_EQ(sqlite3_exec(database, "UPDATE sessions SET last_used = 1", nullptr, nullptr, nullptr), SQLITE_OK)
-      << sqlite3_errmsg(database);
-  EXPECT_GT(sqlite3_changes(database), 0);
-  sqlite3_close(database);
-}
 
 // The master playlist, all others, and the first fragment of each.
 std::vector<std::string> RoutesOf(const HlsViewer& viewer, const HlsStream& stream) {

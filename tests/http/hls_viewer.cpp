@@ -6,21 +6,8 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "platform/system/places.h"
-
 namespace kinora::test {
-namespace {
-
 namespace fs = std::filesystem;
-
-// The part of an address behind the host.
-std::string TargetOf(const std::string& address) {
-  const size_t host = address.find("://");
-  if (host == std::string::npos) return address;
-  return address.substr(address.find('/', host + 3));
-}
-
-}  // namespace
 
 Playlist ParsePlaylist(const std::string& text) {
   static constexpr char kUri[] = "URI=\"";
@@ -40,39 +27,6 @@ Playlist ParsePlaylist(const std::string& text) {
   return playlist;
 }
 
-fs::path HlsStream::Folder() const { return fs::path(system::kWorkspace) / "HLS" / id; }
-
-Reply HlsViewer::TryToOpen(const std::string& film, const Parameters& parameters) const {
-  Parameters all = parameters;
-  all["id"] = std::to_string(house_.FilmId(who_, film));
-  return house_.Send({"Stream", "open", all, "POST", who_.sid, who_.token});
-}
-
-HlsStream HlsViewer::Open(const std::string& film, const std::string& format) const {
-  const Reply reply = TryToOpen(film, {{"format", format}});
-  if (reply.status != 200) throw std::runtime_error("cannot open: " + reply.body + house_.Log());
-  const Json::Value result = ParseJson(reply.body)["result"];
-  return {result["stream_id"].asString(), result["format"].asString()};
-}
-
-Reply HlsViewer::Close(const HlsStream& stream) const {
-  return house_.Send(
-      {"Stream", "close", {{"id", stream.id}, {"format", stream.format}}, "POST", who_.sid, who_.token});
-}
-
-std::string HlsViewer::Address(const HlsStream& stream, const Parameters& parameters) const {
-  Parameters all = {{"api", "CRVN.Kinora2.Stream"}, {"method", "stream"}, {"version", "1"},
-                    {"format", stream.format},      {"_sid", who_.sid},   {"id", stream.id}};
-  for (const auto& [name, value] : parameters) all[name] = value;
-  std::erase_if(all, [](const auto& parameter) { return parameter.second.empty(); });
-  return "/webapi/entry.cgi?" + Encode(all);
-}
-
-Reply HlsViewer::Get(const std::string& address, const std::vector<std::string>& headers,
-                     const std::string& verb) const {
-  return Fetch(house_.Port(), verb, TargetOf(address), headers);
-}
-
 Playlist HlsViewer::GetPlaylist(const std::string& address) const {
   const Reply reply = Get(address);
   if (reply.status != 200) throw std::runtime_error("no playlist: " + reply.body + house_.Log());
@@ -85,43 +39,6 @@ std::vector<Playlist> HlsViewer::MediaPlaylists(const HlsStream& stream) const {
   for (const std::string& address : master.addresses) all.push_back(GetPlaylist(address));
   for (const std::string& address : master.renditions) all.push_back(GetPlaylist(address));
   return all;
-}
-
-std::vector<pid_t> ProcessesIn(const fs::path& folder) {
-  const auto holds = [&](const fs::path& process) {
-    std::error_code error;  // it may end while it is looked at
-    for (fs::directory_iterator number(process / "fd", error), end; !error && number != end;
-         number.increment(error)) {
-      std::error_code closed;
-      if (fs::read_symlink(number->path(), closed).string().starts_with(folder.string())) return true;
-    }
-    return false;
-  };
-  std::vector<pid_t> found;
-  for (const auto& entry : fs::directory_iterator("/proc")) {
-    const std::string name = entry.path().filename();
-    if (name.find_first_not_of("0123456789") == std::string::npos && holds(entry.path()))
-      found.push_back(std::stoi(name));
-  }
-  return found;
-}
-
-std::vector<pid_t> EncodersIn(const fs::path& folder) {
-  std::vector<pid_t> found = ProcessesIn(folder);
-  std::erase_if(found, [](pid_t pid) {
-    std::string program;
-    std::ifstream("/proc/" + std::to_string(pid) + "/comm") >> program;
-    return program != "ffmpeg";
-  });
-  return found;
-}
-
-size_t CountStreams() {
-  const fs::path folder = fs::path(system::kWorkspace) / "HLS";
-  size_t count = 0;
-  if (!fs::exists(folder)) return 0;
-  for (const auto& entry : fs::directory_iterator(folder)) count += entry.is_symlink() ? 1 : 0;
-  return count;
 }
 
 std::vector<FragmentTrack> TracksOf(const std::string& fragment) {

@@ -133,7 +133,7 @@ std::string ToCgiText(const Answer& answer, bool with_body) {
   AddHeader(whole, "X-Content-Type-Options: nosniff");
   if (answer.status != 204) {
     AddHeader(whole, "Content-Type: application/json; charset=utf-8");
-    AddHeader(whole, "Content-Length: " + std::to_string(answer.body.size()));
+    if (!answer.of_unknown_length) AddHeader(whole, "Content-Length: " + std::to_string(answer.body.size()));
   }
   std::string text = "Status: " + std::to_string(answer.status) + " " + Reason(answer.status) + "\r\n";
   for (const std::string& line : whole.headers) text += line + "\r\n";

@@ -16,6 +16,7 @@ struct Answer {
   int status = 200;
   std::vector<std::string> headers;  // whole lines without their ends; what every answer has is added to them
   std::string body;                  // JSON; empty for an answer without content
+  bool of_unknown_length = false;    // of what HEAD asks about: no "Content-Length"
 };
 
 Answer ResultAnswer(const Json::Value& result);

@@ -14,11 +14,13 @@ struct StreamFaults {
   bool source_gone = false;        // there is no such file any more
   bool source_replaced = false;    // its name belongs to another file now, or its content has changed
   bool source_unreadable = false;  // it is there, and may not be read
-  bool part_unknown = false;       // the stream has no such playlist or fragment
+  bool part_unknown = false;       // the stream has no such playlist or fragment, the film no such time
   bool exhausted = false;          // no descriptors, no memory
   bool volume_full = false;        // below the stream's folder
   bool not_ready = false;          // its encoder is at work, on this part too slowly or on another one
   bool jobs_taken = false;         // it needs an encoder, and no more may be started
+
+  bool operator==(const StreamFaults&) const = default;
 };
 
 // The first fault in the order of the fields that is there decides; without one the failure is ours. What

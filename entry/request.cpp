@@ -1,7 +1,9 @@
 #include "entry/request.h"
 
 #include <charconv>
+#include <utility>
 
+#include "entry/stream_path.h"
 #include "platform/base/text.h"
 
 namespace kinora::entry {
@@ -70,7 +72,6 @@ size_t BodyLength(const Variables& variables) {
 Request MakeRequest(const Variables& variables, std::string_view body) {
   Request request;
   request.verb = Variable(variables, "REQUEST_METHOD");
-  request.path_info = Variable(variables, "PATH_INFO");
   request.host = Variable(variables, "HTTP_HOST");
   request.origin = Variable(variables, "HTTP_ORIGIN");
   request.client = Variable(variables, "REMOTE_ADDR");
@@ -83,7 +84,13 @@ Request MakeRequest(const Variables& variables, std::string_view body) {
 
   const std::string& query = Variable(variables, "QUERY_STRING");
   if (query.size() > kLargestQuery) throw Malformed("address too long");
-  ParseForm(query, request.parameters);
+  const std::string& path = Variable(variables, "PATH_INFO");
+  if (std::optional<Form> of_path = ParametersOfPath(path)) {
+    request.parameters = std::move(*of_path);
+  } else {
+    request.path_info = path;
+    ParseForm(query, request.parameters);
+  }
   if (!body.empty()) {
     if (request.verb != "POST") throw Malformed("only POST takes a body");
     if (!IsForm(Variable(variables, "CONTENT_TYPE"))) throw Malformed("the body is no form");

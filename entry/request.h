@@ -16,8 +16,9 @@ inline constexpr size_t kLargestBody = 64 << 10;
 
 struct Request {
   std::string verb;       // "GET", "HEAD", "POST", "OPTIONS", ...
-  std::string path_info;  // what follows the program's name in the address; empty or "/..."
-  Form parameters;        // of the address and of the body together
+  std::string path_info;  // what follows the program's name in the address and stands for no parameters;
+                          // empty or "/..."
+  Form parameters;        // of the address and of the body together; where the path has some, no query has
   std::string sid;        // the parameter "_sid", else the cookie; empty: none
   std::string token;      // "CrvnToken": the parameter, else the header X-Crvn-Token; empty: none
   std::string host;       // the Host header

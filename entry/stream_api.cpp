@@ -69,10 +69,44 @@ Answer OpenedStreamAnswer(const Context& context, const OpenArgument& argument) 
   return ResultAnswer(result);
 }
 
-// Whether a player may keep what it gets. Playlists hold the session's id; a fragment stays what it is.
-const char* CacheControl(const std::string& type, const std::string& fragment) {
-  if (type == "RAW") return "private";
-  return fragment.empty() ? "no-store" : "private, max-age=300";
+// What is wanted of a stream.
+struct Part {
+  std::string type;  // of the stream: "RAW", "HLS", "SS" or "WEBM"
+  std::string stream_id;
+  std::string fragment;
+  int64_t seek = 0;  // seconds
+};
+
+// Whether a player may keep what it gets. Playlists hold the session's id, and a live film is another one for
+// each time at which it starts; a fragment stays what it is.
+const char* CacheControl(const Part& part) {
+  if (part.type == "RAW") return "private";
+  return part.fragment.empty() ? "no-store" : "private, max-age=300";
+}
+
+StreamFaults FindFaults(const Part& part, const Streamer& streamer, const system::Settings& settings) {
+  if (part.type == "RAW") return FindRawFaults(streamer.GetPathSourceFile());
+  if (part.type == "WEBM") return FindLiveFaults(part.stream_id, part.seek, settings);
+  return FindAdaptiveFaults(part.type, part.stream_id, part.fragment, settings);
+}
+
+// What the answer to GET would begin with, without starting an encoder for it.
+Answer LiveHeadAnswer(const StreamFaults& faults) {
+  if (faults != StreamFaults()) return FailedStreamAnswer(faults);
+  return {200, {"Content-Type: video/webm"}, "", true};
+}
+
+// Puts the hold before the answer. The time limit holds for making what was asked for, and so does the
+// client's patience. Once it goes out, the answer lasts as long as the viewer takes it: who reads a file or a
+// fragment is noticed by writing to him, but an encoder may have nothing to write for long.
+const HeaderHold& HoldAnswer(const Request& request, const Part& part) {
+  const std::string own = std::string("Cache-Control: ") + CacheControl(part) + "\r\n";
+  EndWithClient(request.connection);
+  if (part.type == "WEBM") return HoldStandardOutput(own, [] { alarm(0); });
+  return HoldStandardOutput(own, [] {
+    alarm(0);
+    OutliveClient();
+  });
 }
 
 }  // namespace
@@ -97,31 +131,25 @@ std::optional<Answer> OpenStream(Context& context) {
 std::optional<Answer> SendStream(Context& context) {
   const Request& request = context.GetRequest();
   const std::unique_ptr<Streamer> streamer = OwnStreamer(context);
-  const std::string type = streamer->GetStreamTypeString();
-  const std::string fragment = WordParameter(request, "fragment");
-  streamer->SetFragmentID(fragment);
+  const Part part{streamer->GetStreamTypeString(), request.Get("id"), FragmentParameter(request),
+                  NumberParameter(request, "seek", 0, INT32_MAX, 0)};
+  streamer->SetFragmentID(part.fragment);
   streamer->SetPlaylistType(WordParameter(request, "playlist"));
   streamer->SetSubtitleID(SubtitleParameter(request));
-  streamer->SetSeekTime(static_cast<unsigned long>(NumberParameter(request, "seek", 0, INT32_MAX, 0)));
+  streamer->SetSeekTime(static_cast<unsigned long>(part.seek));
   context.CloseStore();
+  if (part.type == "WEBM" && request.verb == "HEAD") {
+    return LiveHeadAnswer(FindFaults(part, *streamer, context.GetSettings()));
+  }
 
-  // The time limit holds for making what was asked for, and so does the client's patience. Once it goes out,
-  // the answer lasts as long as the viewer takes it.
-  EndWithClient(request.connection);
-  const HeaderHold& hold =
-      HoldStandardOutput(std::string("Cache-Control: ") + CacheControl(type, fragment) + "\r\n", [] {
-        alarm(0);
-        OutliveClient();
-      });
+  const HeaderHold& hold = HoldAnswer(request, part);
   const bool served = streamer->Stream();
   std::fflush(stdout);
   // Once a body has begun nothing can be mended: it ends short of its announced length, and the client
   // notices.
   if (served || hold.Complete()) return std::nullopt;
   OutliveClient();
-  Answer answer = FailedStreamAnswer(
-      type == "RAW" ? FindRawFaults(streamer->GetPathSourceFile())
-                    : FindAdaptiveFaults(type, request.Get("id"), fragment, context.GetSettings()));
+  Answer answer = FailedStreamAnswer(FindFaults(part, *streamer, context.GetSettings()));
   for (const std::string& line : hold.Lines()) AddHeader(answer, line);
   return answer;
 }

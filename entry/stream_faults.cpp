@@ -8,7 +8,7 @@
 #include <optional>
 
 #include "platform/base/descriptor.h"
-#include "platform/engine/fragment_id.h"
+#include "platform/engine/fragment_lookup.h"
 #include "platform/engine/job.h"
 #include "platform/engine/source_traits.h"
 #include "platform/engine/stream_folder.h"
@@ -27,9 +27,18 @@ void LookAtSource(const std::string& path, StreamFaults& faults) {
   faults.source_unreadable = !faults.source_gone && !faults.exhausted;
 }
 
+// What has become of the film that a stream was planned for.
+void LookAtPlannedSource(const engine::SourceIdentity& source, StreamFaults& faults) {
+  LookAtSource(source.path, faults);
+  faults.source_replaced = !faults.source_gone && !faults.source_unreadable && !faults.exhausted &&
+                           engine::IdentifySource(source.path) != source;
+}
+
+bool AreJobsTaken(unsigned int most_jobs) { return engine::CountJobs() >= static_cast<int>(most_jobs); }
+
 void LookAtEncoder(const engine::StreamFolder& folder, unsigned int most_jobs, StreamFaults& faults) {
   faults.not_ready = engine::LookAtJob(folder).running;
-  faults.jobs_taken = !faults.not_ready && engine::CountJobs() >= static_cast<int>(most_jobs);
+  faults.jobs_taken = !faults.not_ready && AreJobsTaken(most_jobs);
 }
 
 }  // namespace
@@ -56,17 +65,29 @@ StreamFaults FindAdaptiveFaults(const std::string& type, const std::string& stre
     faults.stream_gone = true;
     return faults;
   }
-  const engine::SourceIdentity& source = plan->source.identity;
-  LookAtSource(source.path, faults);
-  faults.source_replaced = !faults.source_gone && !faults.source_unreadable && !faults.exhausted &&
-                           engine::IdentifySource(source.path) != source;
-  const std::optional<engine::FragmentId> part = engine::ParseFragmentId(fragment);
-  faults.part_unknown = !part || !plan->HasFragment(*part);
+  LookAtPlannedSource(plan->source.identity, faults);
+  const std::optional<engine::FragmentId> part = engine::FindFragment(*plan, fragment);
+  faults.part_unknown = !part;
   faults.volume_full =
       !engine::HasSpaceBelow(*folder, std::max(settings.free_space_floor, engine::kSpaceOfAFragment));
   if (plan->video == engine::VideoWay::kEncode && part && !part->audio_track) {
     LookAtEncoder(*folder, settings.jobs, faults);
   }
+  return faults;
+}
+
+StreamFaults FindLiveFaults(const std::string& stream_id, int64_t seek, const system::Settings& settings) {
+  StreamFaults faults;
+  const std::optional<engine::StreamFolder> folder = engine::StreamFolder::Open("WEBM", stream_id);
+  const std::optional<engine::StreamPlan> plan = folder ? engine::ReadPlan(*folder) : std::nullopt;
+  if (!plan) {
+    faults.stream_gone = true;
+    return faults;
+  }
+  LookAtPlannedSource(plan->source.identity, faults);
+  faults.part_unknown = engine::MediaTime(seek) >= plan->grid.End(plan->grid.Count() - 1);
+  // Its own encoder makes way.
+  faults.jobs_taken = !engine::LookAtJob(*folder).running && AreJobsTaken(settings.jobs);
   return faults;
 }
 

@@ -4,6 +4,7 @@
 
 #include "entry/api_errors.h"
 #include "entry/numbers.h"
+#include "platform/engine/smooth_address.h"
 
 namespace kinora::entry {
 namespace {
@@ -15,6 +16,17 @@ constexpr int64_t kLargestTrack = 9999;
 bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
+bool IsWord(std::string_view text) {
+  return text.size() <= kLongestWord &&
+         std::all_of(text.begin(), text.end(), [](char c) { return IsLetter(c) || IsDigit(c); });
+}
+
+// The parser leaves the track's name as it is.
+bool IsChunk(const std::string& text) {
+  const std::optional<engine::SmoothAddress> address = engine::ParseSmoothAddress(text);
+  return address && IsWord(address->track);
+}
+
 [[noreturn]] void Refuse(const char* name) {
   throw Error(crvnkn::webapi::kErrorBadParameter, std::string("Bad parameter ") + name);
 }
@@ -23,10 +35,14 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 std::string WordParameter(const Request& request, const char* name) {
   const std::string& word = request.Get(name);
-  const bool fits = word.size() <= kLongestWord &&
-                    std::all_of(word.begin(), word.end(), [](char c) { return IsLetter(c) || IsDigit(c); });
-  if (!fits) Refuse(name);
+  if (!IsWord(word)) Refuse(name);
   return word;
+}
+
+std::string FragmentParameter(const Request& request) {
+  const std::string& fragment = request.Get("fragment");
+  if (!IsWord(fragment) && !IsChunk(fragment)) Refuse("fragment");
+  return fragment;
 }
 
 std::string FormatsParameter(const Request& request) {

@@ -12,6 +12,10 @@ namespace kinora::entry {
 // Error 101, as the others do.
 std::string WordParameter(const Request& request, const char* name);
 
+// A fragment's name: a word, or the address of a chunk below its manifest, "QualityLevels(1500000)/
+// Fragments(video=0)"; empty where it is missing.
+std::string FragmentParameter(const Request& request);
+
 // One or several format names separated by commas; "auto" where the parameter is missing.
 std::string FormatsParameter(const Request& request);
 

@@ -73,3 +73,9 @@ TEST(ToCgiText, HasNoContentWhereTheStatusSaysSo) {
             "Status: 204 No Content\r\nAllow: GET\r\nCache-Control: no-store\r\n"
             "X-Content-Type-Options: nosniff\r\n\r\n");
 }
+
+TEST(ToCgiText, TellsNoLengthThatNobodyKnows) {
+  EXPECT_EQ(ToCgiText({200, {"Content-Type: video/webm"}, "", true}, false),
+            "Status: 200 OK\r\nContent-Type: video/webm\r\nCache-Control: no-store\r\n"
+            "X-Content-Type-Options: nosniff\r\n\r\n");
+}

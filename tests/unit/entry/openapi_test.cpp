@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <regex>
@@ -11,6 +12,8 @@
 #include <string>
 
 #include "entry/method.h"
+#include "entry/stream_parameters.h"
+#include "entry/stream_path.h"
 
 namespace {
 
@@ -42,6 +45,7 @@ std::map<std::string, Operation> Documented() {
   std::smatch match;
   for (std::string line; std::getline(file, line);) {
     if (line == "components:") break;
+    if (line.starts_with("  /webapi/entry.cgi/")) operation = nullptr;  // another form of a method
     if (std::regex_match(line, match, path)) operation = &operations[match[1]];
     if (operation == nullptr) continue;
     if (std::regex_match(line, match, fact)) {
@@ -82,7 +86,48 @@ std::map<std::string, Operation> Implemented() {
   return operations;
 }
 
+// What a caller puts in the place of a parameter in a path.
+std::string Filled(std::string path) {
+  const std::pair<const char*, const char*> values[] = {{"{session}", "the-sid"},
+                                                        {"{stream}", "abc"},
+                                                        {"{bitrate}", "1500000"},
+                                                        {"{track}", "video"},
+                                                        {"{time}", "0"}};
+  for (const auto& [name, value] : values) {
+    const size_t at = path.find(name);
+    if (at != std::string::npos) path.replace(at, std::strlen(name), value);
+  }
+  return path;
+}
+
 }  // namespace
+
+TEST(OpenApiDocument, DescribesThePathsOfStreamsAsTheyAre) {
+  std::ifstream file(KINORA_SOURCE_DIR "/docs/openapi.yaml");
+  const std::regex path("  /webapi/entry\\.cgi(/\\S+):");
+  std::map<std::string, kinora::entry::Form> forms;
+  std::string form_of;
+  std::smatch match;
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with("      x-form-of: ")) form_of = line.substr(line.find(": ") + 2);
+    if (!std::regex_match(line, match, path)) continue;
+    const std::string filled = Filled(match[1]);
+    const auto parameters = kinora::entry::ParametersOfPath(filled);
+    ASSERT_TRUE(parameters) << filled;
+    forms[filled] = *parameters;
+  }
+  EXPECT_EQ(form_of, "CRVN.Kinora2.Stream.stream");
+  ASSERT_EQ(forms.size(), 2U);
+  kinora::entry::Request request;
+  for (const auto& [filled, parameters] : forms) {
+    EXPECT_EQ(parameters.at("api") + "." + parameters.at("method"), form_of) << filled;
+    EXPECT_EQ(parameters.at("_sid"), "the-sid");
+    EXPECT_EQ(parameters.at("id"), "abc");
+    EXPECT_EQ(parameters.contains("fragment"), !filled.ends_with("/Manifest"));
+    request.parameters = parameters;
+    EXPECT_NO_THROW(kinora::entry::FragmentParameter(request)) << filled;
+  }
+}
 
 TEST(OpenApiDocument, DescribesEveryMethodAsItIs) {
   const auto documented = Documented();

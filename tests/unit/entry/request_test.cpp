@@ -62,6 +62,32 @@ TEST(MakeRequest, TakesTheUserAgentAsOneShortLine) {
   EXPECT_EQ(MakeRequest(With({{"HTTP_USER_AGENT", std::string(300, 'a')}}), "").agent, std::string(256, 'a'));
 }
 
+TEST(MakeRequest, TakesTheParametersOfAStreamsPathInsteadOfTheQuerys) {
+  const Request request = MakeRequest(With({{"PATH_INFO", "/ss/the-sid/stream/Manifest"},
+                                            {"QUERY_STRING", "_sid=x&id=other&format=raw&seek=7&seek=8"},
+                                            {"HTTP_COOKIE", "kinora_session=c"}}),
+                                      "");
+  EXPECT_EQ(request.path_info, "");
+  EXPECT_EQ(request.sid, "the-sid");
+  EXPECT_EQ(request.Get("id"), "stream");
+  EXPECT_EQ(request.Get("format"), "ss");
+  EXPECT_EQ(request.Get("seek"), "");
+}
+
+TEST(MakeRequest, TakesTheSessionOfTheCookieWhereAStreamsPathSaysSo) {
+  const Variables variables = With({{"PATH_INFO", "/ss/-/stream/Manifest"}, {"QUERY_STRING", "_sid=x"}});
+  EXPECT_EQ(MakeRequest(variables, "").sid, "");
+  Variables with_cookie = variables;
+  with_cookie["HTTP_COOKIE"] = "kinora_session=c";
+  EXPECT_EQ(MakeRequest(with_cookie, "").sid, "c");
+}
+
+TEST(MakeRequest, LeavesEveryOtherPathToTheDispatcher) {
+  const Request request = MakeRequest(With({{"PATH_INFO", "/ss/-"}, {"QUERY_STRING", "id=7"}}), "");
+  EXPECT_EQ(request.path_info, "/ss/-");
+  EXPECT_EQ(request.Get("id"), "7");
+}
+
 TEST(MakeRequest, RefusesBodiesThatAreNoForm) {
   EXPECT_EQ(Refusal(With({{"REQUEST_METHOD", "POST"}, {"CONTENT_TYPE", "application/json"}}), "{}"),
             "the body is no form");

@@ -77,6 +77,42 @@ TEST(WordParameter, TakesTheNamesOfFragmentsAndPlaylists) {
   }
 }
 
+TEST(FragmentParameter, TakesWordsAndTheAddressesOfChunks) {
+  for (const char* fragment : {"", "12", "a2_12", "QualityLevels(1500000)/Fragments(video=0)",
+                               "QualityLevels(0)/Fragments(audio_2=123456789012345678)"}) {
+    EXPECT_EQ(FragmentParameter(With("fragment", fragment)), fragment);
+  }
+}
+
+TEST(FragmentParameter, RefusesWhatIsNotOfItsForm) {
+  for (const std::string& fragment : {std::string("../owner"),
+                                      std::string("a b"),
+                                      std::string("12.ts"),
+                                      std::string("Manifest/x"),
+                                      std::string("QualityLevels(1500000)"),
+                                      std::string("QualityLevels(1500000)/Fragments(video=0)/"),
+                                      std::string("QualityLevels(1500000)/Fragments(video=0"),
+                                      std::string("QualityLevels()/Fragments(video=0)"),
+                                      std::string("QualityLevels(-1)/Fragments(video=0)"),
+                                      std::string("QualityLevels(1)/Fragments(video=-1)"),
+                                      std::string("QualityLevels(1)/Fragments(video=1.5)"),
+                                      std::string("QualityLevels(01)/Fragments(video=0)"),
+                                      std::string("QualityLevels(1)/Fragments(=0)"),
+                                      std::string("QualityLevels(1)/Fragments(../../x=0)"),
+                                      std::string("QualityLevels(1)/Fragments(a b=0)"),
+                                      std::string("QualityLevels(1)/Fragments(a\r\nb=0)"),
+                                      std::string("QualityLevels(1)/../Fragments(video=0)"),
+                                      std::string("/QualityLevels(1)/Fragments(video=0)"),
+                                      std::string("qualitylevels(1)/fragments(video=0)"),
+                                      std::string("QualityLevels(1)/Fragments(video=0)\0", 36),
+                                      std::string("QualityLevels(99999999999999999999)/Fragments(video=0)"),
+                                      std::string("QualityLevels(1)/Fragments(video=99999999999999999999)"),
+                                      "QualityLevels(1)/Fragments(" + std::string(33, 'a') + "=0)",
+                                      std::string(8000, 'a')}) {
+    EXPECT_THROW(FragmentParameter(With("fragment", fragment)), Error) << fragment;
+  }
+}
+
 TEST(EncodingMayHelp, WhereTheFileIsNotFitToBeCopied) {
   for (const int code : {1204, 1205, 1207, 1208, 1209, 1210, 1212}) {
     EXPECT_TRUE(EncodingMayHelp(static_cast<ErrorCode>(code))) << code;

@@ -15,6 +15,7 @@
 #include "platform/engine/kept_files.h"
 #include "platform/engine/remux_helper.h"
 #include "platform/engine/scratch_file.h"
+#include "platform/engine/smooth_address.h"
 #include "platform/engine/smooth_times.h"
 #include "platform/engine/stream_space.h"
 #include "platform/system/places.h"
@@ -36,21 +37,15 @@ bool IsThere(const std::string& path) {
 // The helper's order: the chunk's number from 1, its first sample, their count, what each lasts, and the
 // parameter sets of pictures.
 std::vector<std::string> OrderOf(const StreamPlan& plan, const FragmentId& id) {
-  SmoothChunk chunk;
-  MediaTime unit = plan.grid.unit;
-  if (id.audio_track) {
-    const int frequency = plan.FindAudio(*id.audio_track)->frequency;
-    chunk = SoundChunk(plan.grid, frequency, id.number);
-    unit = MediaTime(kSamplesInPacket, frequency);
-  } else {
-    chunk = PictureChunk(plan.grid, id.number);
-  }
+  const AudioPlan* const audio = id.audio_track ? plan.FindAudio(*id.audio_track) : nullptr;
+  const SmoothChunk chunk = ChunkOf(plan, audio, id.number);
+  const MediaTime unit = audio == nullptr ? plan.grid.unit : MediaTime(kSamplesInPacket, audio->frequency);
   return {"--smooth",
           std::to_string(id.number + 1),
           std::to_string(chunk.first),
           std::to_string(chunk.count),
           std::to_string(unit.numerator()) + "/" + std::to_string(unit.denominator()),
-          id.audio_track ? "-" : plan.picture.parameter_sets};
+          audio == nullptr ? plan.picture.parameter_sets : "-"};
 }
 
 FragmentOutcome PrepareFragment(const StreamFolder& folder, const StreamPlan& plan, const FragmentId& id) {
@@ -77,8 +72,8 @@ FragmentOutcome Make(const StreamFolder& folder, const StreamPlan& plan, const F
     const base::Descriptor fragment(::open(source.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (fragment) {
       const FragmentOutcome outcome = Repackage(plan, id, fragment.Get(), path);
-      // Nobody but the chunk needs it. That of a picture belongs to the job.
-      if (outcome == FragmentOutcome::kReady && id.audio_track) ::unlink(source.c_str());
+      // Nobody but the chunk needs it, and a damaged one is not to stay. That of a picture is the job's.
+      if (id.audio_track) ::unlink(source.c_str());
       return outcome;
     }
     if (IsThere(path)) return FragmentOutcome::kReady;

@@ -1,37 +1,15 @@
 // copy_stub FILM [FRAGMENT [ZYGOTE]]: plans a copy of a film and makes its fragment 1; one line: the outcome,
 // and how many files the stream has then. FRAGMENT is where a fragment that is ready goes; ZYGOTE a program
 // that is started as the zygote of kinora-remux before.
-#include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 
 #include "contract/engine/http_live_stream.h"
 #include "platform/base/file_time.h"
 #include "platform/engine/copied_fragment.h"
-#include "platform/system/places.h"
-#include "platform/system/unix_listener.h"
-
-namespace {
-
-// Ends with this process.
-void StartZygote(const char* program) {
-  std::filesystem::create_directory(kinora::system::kRunFolder);
-  const kinora::base::Descriptor socket =
-      kinora::system::ListenOnUnixSocket(kinora::system::kRemuxSocket, SOCK_SEQPACKET);
-  if (::fork() != 0) return;
-  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (socket.Get() == 3) ::fcntl(3, F_SETFD, 0);
-  if (socket.Get() != 3) ::dup2(socket.Get(), 3);
-  ::execl(program, program, "--zygote", nullptr);
-  ::_exit(127);
-}
-
-}  // namespace
+#include "tests/unit/platform/engine/zygote_process.h"
 
 int main(int count, char** arguments) {
   using namespace kinora::engine;

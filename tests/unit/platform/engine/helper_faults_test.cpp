@@ -1,65 +1,22 @@
 // What the engine makes of helpers that are missing, die or misbehave. Each test makes an installation of its
 // own, in which the probe is a script, and looks through it at a real film.
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <memory>
+#include "tests/unit/platform/engine/installation.h"
 
 namespace kinora::engine {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char kProbe[] = "/var/packages/Kinora/target/libexec/kinora-probe";
 constexpr char kReport[] = R"({"video":[{"codec":"h264","width":4,"height":2}],"audio":[],"subtitle":[]})";
 
 std::string MediaFile(const std::string& name) { return std::string(KINORA_MEDIA_DIR) + "/" + name; }
 
-class HelperFaults : public testing::Test {
+class HelperFaults : public InstallationTest {
  protected:
-  void SetUp() override {
-    ASSERT_NE(::mkdtemp(folder_.data()), nullptr);
-    fs::permissions(folder_, fs::perms::all);  // the script has no rights of ours
-    fs::create_directories(folder_ + "/target/libexec");
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
   void InstallProbe(const std::string& script, mode_t mode = 0755) const {
-    const std::string path = folder_ + "/target/libexec/kinora-probe";
-    std::ofstream(path) << "#!/bin/sh\n" << script << "\n";
-    ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+    Script(Helper("kinora-probe"), script, mode);
   }
-
   // The line that look_stub prints, seen through the installation.
-  std::string Look(const std::string& film) const {
-    const std::string command = std::string(KINORA_SOURCE_DIR) + "/tests/with-places '" + folder_ +
-                                "/target' " + KINORA_LOOK_STUB + " '" + film + "' 2>/dev/null";
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), &::pclose);
-    std::string output;
-    std::array<char, 4096> buffer{};
-    for (size_t got; (got = std::fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0;) {
-      output.append(buffer.data(), got);
-    }
-    return output;
-  }
-
-  // Leaves an empty file for each time that the probe is started: it may make files, not write them.
-  std::string CountRun() const { return ": >" + folder_ + "/run.$$;"; }
-  std::ptrdiff_t Runs() const {
-    return std::count_if(fs::directory_iterator(folder_), {}, [](const fs::directory_entry& entry) {
-      return entry.path().filename().string().starts_with("run.");
-    });
-  }
-
-  // Not in the build: the script must be able to walk there, too.
-  std::string folder_ = fs::temp_directory_path() / "faults.XXXXXX";
+  std::string Look(const std::string& film) const { return Run(KINORA_LOOK_STUB, "'" + film + "'"); }
 };
 
 TEST_F(HelperFaults, AMissingHelperIsNamed) {

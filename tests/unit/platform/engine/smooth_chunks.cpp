@@ -38,15 +38,6 @@ std::string BytesOf(const std::string& digits) {
   return bytes;
 }
 
-std::string DigitsOf(const std::string& bytes) {
-  std::string digits;
-  for (const char byte : bytes) {
-    digits += "0123456789ABCDEF"[static_cast<uint8_t>(byte) >> 4];
-    digits += "0123456789ABCDEF"[static_cast<uint8_t>(byte) & 15];
-  }
-  return digits;
-}
-
 const std::string& Matrix() {
   static const std::string matrix =
       BigEndian32(0x10000) + Zeros(12) + BigEndian32(0x10000) + Zeros(12) + BigEndian32(0x40000000);
@@ -137,14 +128,6 @@ std::string SoundHead(int channels, int frequency, const std::string& configurat
                                      BigEndian16(static_cast<uint16_t>(channels)) + BigEndian16(16) +
                                      Zeros(4) + BigEndian32(static_cast<uint32_t>(frequency) << 16) +
                                      Box("esds", Zeros(4) + stream)));
-}
-
-std::string ParameterSetsOf(const std::string& fragment) {
-  const helper::Ended sets =
-      RunProgram({"ffmpeg", "-nostdin", "-v", "error", "-f", "mpegts", "-i", fragment, "-map", "0:v", "-c",
-                  "copy", "-frames:v", "1", "-bsf:v", "filter_units=pass_types=7-8", "-f", "h264", "-"});
-  EXPECT_EQ(sets.status, 0) << sets.errors;
-  return DigitsOf(sets.output);
 }
 
 void ExpectPlays(const std::string& head, const std::vector<std::string>& chunks, size_t samples,

@@ -29,9 +29,6 @@ ChunkTable ReadChunk(const std::string& path);
 std::string PictureHead(int width, int height, const std::string& parameter_sets);
 std::string SoundHead(int channels, int frequency, const std::string& configuration);
 
-// "00000001<SPS>00000001<PPS>" of the fragment's picture.
-std::string ParameterSetsOf(const std::string& fragment);
-
 // Expects ffmpeg to find so many samples in the chunks behind the head and to decode them without a word.
 void ExpectPlays(const std::string& head, const std::vector<std::string>& chunks, size_t samples,
                  const std::string& scratch);

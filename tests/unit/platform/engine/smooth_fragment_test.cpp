@@ -7,41 +7,13 @@
 #include <numeric>
 
 #include "platform/engine/smooth_times.h"
-#include "tests/unit/platform/engine/jobs.h"
 #include "tests/unit/platform/engine/smooth_chunks.h"
+#include "tests/unit/platform/engine/smooth_streams.h"
 
 namespace kinora::engine {
 namespace {
 
 namespace fs = std::filesystem;
-
-class SmoothTest : public JobTest {
- protected:
-  void SetUp() override {
-    JobTest::SetUp();
-    plan_ = PlanOf(std::string(KINORA_MEDIA_DIR) + "/encode_25.mkv", "mkv");
-    plan_.delivery = Delivery::kSmooth;
-  }
-
-  // What the encoder puts into its pictures.
-  void LearnParameterSets() {
-    if (plan_.video == VideoWay::kNone) return;
-    ASSERT_EQ(PrepareByJob(Folder(), plan_, 0), FragmentOutcome::kReady);
-    plan_.picture.parameter_sets = ParameterSetsOf(FragmentPath(Folder(), 0));
-    ASSERT_GT(plan_.picture.parameter_sets.size(), 16U);
-  }
-
-  FragmentOutcome Make(const FragmentId& id) const { return PrepareSmooth(Folder(), plan_, id); }
-  std::string Path(const FragmentId& id) const { return Folder().WorkPath(SmoothFileName(id)); }
-  static FragmentId Picture(int number) { return {std::nullopt, number}; }
-  static FragmentId Sound(int number, int track = 1) { return {track, number}; }
-
-  size_t Chunks() const {
-    return static_cast<size_t>(
-        std::count_if(fs::directory_iterator(Folder().WorkPath(".")), {},
-                      [](const fs::directory_entry& entry) { return entry.path().extension() == ".m4s"; }));
-  }
-};
 
 // ---- films
 
@@ -74,8 +46,11 @@ class SmoothFilm : public SmoothTest, public testing::WithParamInterface<Film> {
       plan_.audio.back().track = track;
       plan_.audio.back().channels = film.channels;
     }
-    if (!film.picture) plan_.video = VideoWay::kNone;
-    LearnParameterSets();
+    if (film.picture) {
+      FindSets();
+    } else {
+      plan_.video = VideoWay::kNone;
+    }
   }
 
   std::vector<std::optional<int>> Tracks() const {
@@ -118,9 +93,10 @@ TEST_P(SmoothFilm, HasTheChunksOfItsPlanAndTheyPlay) {
   }
 }
 
+class SmoothPictures : public SmoothFilm {};
+
 // Sound has no encoder that goes on from one chunk to the next.
-TEST_P(SmoothFilm, HasTheSamePicturesWhereverTheEncoderStarts) {
-  if (!GetParam().picture) return;
+TEST_P(SmoothPictures, AreTheSameWhereverTheEncoderStarts) {
   std::vector<ChunkTable> unbroken;
   for (int n = 0; n < plan_.grid.Count(); ++n) {
     ASSERT_EQ(Make(Picture(n)), FragmentOutcome::kReady) << n;
@@ -147,8 +123,9 @@ const Film kFilms[] = {
     {.name = "encode_late_sound.mkv", .container = "mkv"},
     {.name = "encode_short_sound.mkv", .container = "mkv"},
     {.name = "languages.mkv", .container = "mkv", .tracks = {1, 2}, .seconds = 8},
-    {.name = "audio_only.m4a", .container = "mp4", .tracks = {0}, .picture = false, .seconds = 5},
 };
+const Film kSoundAlone{
+    .name = "audio_only.m4a", .container = "mp4", .tracks = {0}, .picture = false, .seconds = 5};
 
 std::string NameOf(const testing::TestParamInfo<Film>& info) {
   const int64_t rate = Floor(info.param.rate);
@@ -158,11 +135,13 @@ std::string NameOf(const testing::TestParamInfo<Film>& info) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Films, SmoothFilm, testing::ValuesIn(kFilms), NameOf);
+INSTANTIATE_TEST_SUITE_P(SoundAlone, SmoothFilm, testing::Values(kSoundAlone), NameOf);
+INSTANTIATE_TEST_SUITE_P(Films, SmoothPictures, testing::ValuesIn(kFilms), NameOf);
 
 // ---- requests
 
 TEST_F(SmoothTest, MakesAChunkOnceAndTellsTheJobOfEveryRequest) {
-  ASSERT_NO_FATAL_FAILURE(LearnParameterSets());
+  FindSets();
   ASSERT_EQ(Make(Picture(2)), FragmentOutcome::kReady);
   const std::string made = BytesOf(Path(Picture(2)));
   ASSERT_EQ(Make(Picture(1)), FragmentOutcome::kReady);
@@ -183,7 +162,7 @@ TEST_F(SmoothTest, ChunksOfSoundLeaveTheJobAloneAndNothingElseBehind) {
 }
 
 TEST_F(SmoothTest, ManyWhoWantOneChunkGetTheSame) {
-  ASSERT_NO_FATAL_FAILURE(LearnParameterSets());
+  FindSets();
   for (const FragmentId& id : {Picture(1), Sound(1)}) {
     std::vector<FragmentOutcome> outcomes(8, FragmentOutcome::kFailed);
     std::vector<std::thread> requests;
@@ -262,7 +241,7 @@ TEST_F(SmoothTest, AStreamThatIsGoneGivesNoChunk) {
 }
 
 TEST_F(SmoothTest, AFragmentThatIsNotAsPlannedGivesNoChunk) {
-  ASSERT_NO_FATAL_FAILURE(LearnParameterSets());
+  FindSets();
   const std::string sets = plan_.picture.parameter_sets;
   plan_.picture.parameter_sets = "00000001674200000000016800";
   EXPECT_EQ(Make(Picture(0)), FragmentOutcome::kFailed) << "other parameter sets";

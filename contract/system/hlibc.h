@@ -1,4 +1,4 @@
-// The appliance's C helpers for running programs.
+// The appliance's C helpers: running programs, reading settings.
 #pragma once
 
 // Runs `program` (an absolute path) with the given arguments, which end in a null `const char*`, waits for it
@@ -11,3 +11,9 @@
 // their arguments but rm's "-rf" must be an absolute name without a slash at the end and without "." and ".."
 // as components; otherwise nothing is started.
 int HLIBCExec(const char* program, ...) __attribute__((sentinel));
+
+// Looks a key up in a file of key="value" lines; of several lines with the key the last one counts. Puts the
+// value, cut to `size` - 1 bytes and ended by a zero byte, into `buffer` and returns its length as it stands
+// in the file. 0 when the file or the key is not there, a negative number when the file cannot be read; the
+// buffer is left as it was then. `flags` must be 0.
+int HLIBCFileGetKeyValue(const char* path, const char* key, char* buffer, int size, int flags);

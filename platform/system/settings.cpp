@@ -1,35 +1,21 @@
 #include "platform/system/settings.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <optional>
 #include <string_view>
 
-#include "platform/base/descriptor.h"
 #include "platform/base/log.h"
 #include "platform/base/text.h"
-
-// The file is text, one setting a line:
-//
-//   # a comment
-//   key="value"
-//
-// Blanks around key, sign and quotes do not count. A value holds neither quotes nor control characters. Of
-// several lines with the same key the last one counts.
+#include "platform/system/setting_lines.h"
 
 namespace kinora::system {
 namespace {
 
 constexpr char kUnit[] = "system/settings";
-constexpr size_t kMaxFileSize = 64U << 10;
 
 std::string_view Trim(std::string_view text) { return base::Trim(text, " \t\r"); }
 
@@ -154,62 +140,23 @@ constexpr Setting kSettings[] = {
 };
 
 // Takes one line into the settings; what is wrong with it otherwise.
-const char* ApplyLine(std::string_view line, Settings& settings) {
-  const size_t sign = line.find('=');
-  if (sign == std::string_view::npos) return "is not of the form key=\"value\"";
-  const std::string_view name = Trim(line.substr(0, sign));
-  std::string_view value = Trim(line.substr(sign + 1));
-  if (value.size() < 2 || value.front() != '"' || value.back() != '"') return "has a value without quotes";
-  value = value.substr(1, value.size() - 2);
-  const auto is_odd = [](char c) { return c == '"' || static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
-  if (std::any_of(value.begin(), value.end(), is_odd))
-    return "has a quote or a control character in its value";
+const char* ApplyLine(const SettingLine& line, Settings& settings) {
+  if (line.fault != nullptr) return line.fault;
   const auto* setting = std::find_if(std::begin(kSettings), std::end(kSettings),
-                                     [name](const Setting& known) { return known.name == name; });
+                                     [&line](const Setting& known) { return known.name == line.name; });
   if (setting == std::end(kSettings)) return "names no setting";
-  return setting->set(value, settings) ? nullptr : "has a value out of its range";
-}
-
-struct Text {
-  std::string content;  // empty when there is no such file
-  std::string fault;    // why it cannot be read
-};
-
-Text ReadText(const std::string& path) {
-  const base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file && errno == ENOENT) return {};
-  struct stat info {};
-  if (!file || ::fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode)) {
-    return {"", file ? "no plain file" : std::strerror(errno)};
-  }
-  std::string text(kMaxFileSize + 1, '\0');
-  size_t size = 0;
-  ssize_t got = 0;
-  while (size < text.size() && (got = ::read(file.Get(), text.data() + size, text.size() - size)) != 0) {
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) break;
-    size += static_cast<size_t>(got);
-  }
-  if (got < 0) return {"", std::strerror(errno)};
-  if (size > kMaxFileSize) return {"", "the file is too long"};
-  text.resize(size);
-  return {std::move(text), ""};
+  return setting->set(line.value, settings) ? nullptr : "has a value out of its range";
 }
 
 // Takes the file into the settings; what is wrong with it.
 std::vector<std::string> Apply(const std::string& path, Settings& settings) {
-  const Text text = ReadText(path);
-  if (!text.fault.empty()) return {"cannot read the settings in " + path + ": " + text.fault};
+  const SettingFile file = ReadSettingFile(path);
+  if (!file.fault.empty()) return {"cannot read the settings in " + path + ": " + file.fault};
   std::vector<std::string> faults;
-  std::string_view rest = text.content;
-  for (int number = 1; !rest.empty(); ++number) {
-    const size_t end = rest.find('\n');
-    const std::string_view line = Trim(rest.substr(0, end));
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-    if (line.empty() || line.front() == '#') continue;
+  for (const SettingLine& line : SettingLines(file.text)) {
     const char* const complaint = ApplyLine(line, settings);
     if (complaint == nullptr) continue;
-    faults.push_back("line " + std::to_string(number) + " of " + path + " " + complaint +
+    faults.push_back("line " + std::to_string(line.number) + " of " + path + " " + complaint +
                      ": its default stands");
   }
   return faults;

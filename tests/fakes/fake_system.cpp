@@ -6,6 +6,7 @@
 #include "contract/system/file_output.h"
 #include "contract/system/hlibc.h"
 #include "contract/system/platform_utils.h"
+#include "contract/system/process_runner.h"
 #include "contract/system/volume.h"
 #include "tests/fakes/script.h"
 
@@ -26,6 +27,46 @@ int HLIBCExec(const char* program, ...) {
   kinora::fakes::Record("HLIBCExec", shown);
   return TheScript().execute(arguments);
 }
+
+int HLIBCFileGetKeyValue(const char* path, const char* key, char* buffer, int size, int flags) {
+  Called("HLIBCFileGetKeyValue", path, key, size, flags);
+  const auto found = TheScript().settings.find(key);
+  if (found == TheScript().settings.end()) return 0;
+  std::snprintf(buffer, static_cast<size_t>(size), "%s", found->second.c_str());
+  return static_cast<int>(found->second.size());
+}
+
+namespace CRVNUtils {
+
+struct ProcessRunner::State {
+  std::vector<std::string> arguments;
+};
+
+ProcessRunner::ProcessRunner(const char* program, const char* name) : state_(std::make_shared<State>()) {
+  Called("ProcessRunner", program, name);
+  state_->arguments.emplace_back(program);
+}
+
+void ProcessRunner::addArguments(const char* a1, const char* a2, const char* a3, const char* a4,
+                                 const char* a5, const char* a6, const char* a7, const char* a8,
+                                 const char* a9) {
+  for (const char* const argument : {a1, a2, a3, a4, a5, a6, a7, a8, a9}) {
+    if (argument == nullptr) return;
+    state_->arguments.emplace_back(argument);
+  }
+}
+
+// Recorded with the whole command line.
+int ProcessRunner::run(bool wait, bool capture) {
+  std::vector<std::string> shown;
+  for (const std::string& argument : state_->arguments) shown.push_back(Show(argument));
+  shown.push_back(Show(wait));
+  shown.push_back(Show(capture));
+  kinora::fakes::Record("run", shown);
+  return TheScript().run(state_->arguments);
+}
+
+}  // namespace CRVNUtils
 
 int VolumeAvailGet(uint64_t bytes_needed, int type, VolumeInfo& volume, unsigned int& flags, int options) {
   Called("VolumeAvailGet", bytes_needed, type, options);

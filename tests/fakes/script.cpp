@@ -35,7 +35,10 @@ bool LinkWorkingFolder(uint64_t, const std::string& id, const std::string& type)
 }  // namespace
 
 Script::Script()
-    : link_working_folder(LinkWorkingFolder), make_fragment([] { return true; }), execute(RunForReal) {}
+    : link_working_folder(LinkWorkingFolder),
+      make_fragment([] { return true; }),
+      execute(RunForReal),
+      run([](const std::vector<std::string>&) { return 0; }) {}
 
 Script& TheScript() {
   static Script script;

@@ -59,8 +59,10 @@ struct Script {
   // The machine.
   bool make_folder = true;
   std::function<int(const std::vector<std::string>& arguments)>
-      execute;                                    // by default really runs the program
-  std::map<std::string, std::string> mime_types;  // by extension, with its dot
+      execute;                                                      // by default really runs the program
+  std::function<int(const std::vector<std::string>& command)> run;  // of a ProcessRunner; by default 0
+  std::map<std::string, std::string> settings;                      // of every file of keys and values
+  std::map<std::string, std::string> mime_types;                    // by extension, with its dot
   bool set_fast_output = true;
   bool vaapi_supported = false;
   bool vaapi_enabled = false;

@@ -1,7 +1,6 @@
 #include "platform/engine/job.h"
 
 #include <chrono>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -9,10 +8,10 @@
 
 #include "platform/base/descriptor.h"
 #include "platform/base/log.h"
+#include "platform/engine/job_end.h"
 #include "platform/engine/job_folder.h"
 #include "platform/engine/job_policy.h"
 #include "platform/engine/job_start.h"
-#include "platform/system/places.h"
 
 namespace kinora::engine {
 namespace {
@@ -159,18 +158,6 @@ JobState LookAtJob(const StreamFolder& folder) {
   state.pid = record->encoder.pid;
   state.stopped = record->stopped;
   return state;
-}
-
-int CountJobs() {
-  int jobs = 0;
-  std::error_code error;
-  const std::filesystem::path streams = std::string(system::kWorkspace) + "/HLS";
-  for (std::filesystem::directory_iterator entry(streams, error);
-       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    const std::optional<StreamFolder> folder = StreamFolder::Open("HLS", entry->path().filename());
-    if (folder && IsJobRunning(*folder)) ++jobs;
-  }
-  return jobs;
 }
 
 }  // namespace kinora::engine

@@ -34,7 +34,7 @@ struct JobState {
 };
 JobState LookAtJob(const StreamFolder& folder);
 
-// How many jobs are at work in all, on this machine.
+// How many jobs are at work in all, on this machine, whatever the type of their streams.
 int CountJobs();
 
 }  // namespace kinora::engine

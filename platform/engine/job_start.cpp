@@ -6,14 +6,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstring>
-#include <filesystem>
-#include <stdexcept>
-#include <system_error>
-#include <thread>
 
 #include "platform/base/log.h"
+#include "platform/engine/job_admission.h"
 #include "platform/engine/job_folder.h"
 #include "platform/engine/job_lock.h"
 #include "platform/engine/source_file.h"
@@ -25,7 +21,6 @@
 namespace kinora::engine {
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using base::Descriptor;
 
 constexpr char kUnit[] = "engine/job";
@@ -40,45 +35,10 @@ constexpr system::ChildLimits kLimits{std::chrono::milliseconds(0), 16ULL << 30,
 
 constexpr uint64_t kLeastSeconds = 10;  // of film that must have room for a job to begin
 
-constexpr std::chrono::seconds kPoliteness{3};
-constexpr std::chrono::seconds kPatience{15};
-constexpr std::chrono::milliseconds kStep{5};
-
 bool CanRun(const std::string& program) {
   if (::faccessat(AT_FDCWD, program.c_str(), X_OK, AT_EACCESS) == 0) return true;
   base::Log(LOG_ERR, kUnit, program + " cannot be executed: " + std::strerror(errno));
   return false;
-}
-
-// The other streams that have a job.
-std::vector<OtherJob> OtherJobs(const std::string& stream_id) {
-  std::vector<OtherJob> jobs;
-  std::error_code error;
-  const std::filesystem::path streams = std::string(system::kWorkspace) + "/HLS";
-  for (std::filesystem::directory_iterator entry(streams, error);
-       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    const std::string name = entry->path().filename();
-    const std::optional<StreamFolder> folder = StreamFolder::Open("HLS", name);
-    if (name == stream_id || !folder || !IsJobRunning(*folder)) continue;
-    const std::optional<JobRecord> record = ReadJobRecord(*folder);
-    const uint64_t quota = record ? record->quota : 0;
-    jobs.push_back({name, IdleMilliseconds(*folder), quota - std::min(quota, SpaceOf(*folder))});
-  }
-  return jobs;
-}
-
-// Ends an idle job of another stream where that is what it takes. false: no more jobs may be at work.
-bool MakePlace(std::vector<OtherJob>& others, unsigned int most) {
-  const Admission admission = Admit(others, most);
-  if (!admission.admitted) {
-    base::Log(LOG_WARNING, kUnit, std::to_string(most) + " encoders are at work, no more may be");
-    return false;
-  }
-  if (admission.ends.empty()) return true;
-  const std::optional<StreamFolder> other = StreamFolder::Open("HLS", admission.ends);
-  if (other && !EndRunningJob(*other)) return false;
-  std::erase_if(others, [&](const OtherJob& job) { return job.stream_id == admission.ends; });
-  return true;
 }
 
 // What the stream may fill. Nothing, with a line in the log, when that is too little to go on.
@@ -166,32 +126,6 @@ FragmentOutcome StartJob(const StreamFolder& folder, const StreamPlan& plan, con
   command.descriptors = {
       {source.Get(), kSourceNumber}, {work.Get(), kFolderNumber}, {lock.Get(), kLockNumber}};
   return system::SpawnDetached(command) ? FragmentOutcome::kReady : FragmentOutcome::kFailed;
-}
-
-// Politely first, so that it takes its unfinished files away. A supervisor that has just been started may not
-// have said yet who it is. One whose record somebody has torn is not to be found: it ends when its run's
-// folder goes.
-bool EndRunningJob(const StreamFolder& folder) {
-  const Clock::time_point begin = Clock::now();
-  std::optional<ProcessMark> asked;
-  while (IsJobRunning(folder)) {
-    const Clock::duration waited = Clock::now() - begin;
-    if (waited > kPatience) {
-      base::Log(LOG_ERR, kUnit, "the job of stream " + folder.StreamId() + " does not end");
-      return false;
-    }
-    const std::optional<JobRecord> record = ReadJobRecord(folder);
-    if (!record) DropRuns(folder);
-    if (record && record->supervisor.pid != 0) {
-      if (waited > kPoliteness) {
-        SignalSupervisor(*record, SIGKILL);
-      } else if (asked != record->supervisor && SignalSupervisor(*record, SIGTERM)) {
-        asked = record->supervisor;
-      }
-    }
-    std::this_thread::sleep_for(kStep);
-  }
-  return true;
 }
 
 }  // namespace kinora::engine

@@ -13,7 +13,4 @@ namespace kinora::engine {
 FragmentOutcome StartJob(const StreamFolder& folder, const StreamPlan& plan, const EncoderRun& run,
                          int tries);
 
-// Ends the job and waits until it is gone; false, with a line in the log, when it would not go.
-bool EndRunningJob(const StreamFolder& folder);
-
 }  // namespace kinora::engine

@@ -7,6 +7,7 @@
 
 #include "platform/base/log.h"
 #include "platform/engine/job_folder.h"
+#include "platform/engine/live_record.h"
 
 namespace kinora::engine {
 namespace {
@@ -20,9 +21,9 @@ constexpr std::chrono::milliseconds kStep{5};
 
 }  // namespace
 
-// Politely first, so that it takes its unfinished files away. A supervisor that has just been started may not
-// have said yet who it is. One whose record somebody has torn is not to be found: it ends when its run's
-// folder goes.
+// Where it makes files politely first, so that it takes its unfinished files away. A supervisor that has just
+// been started may not have said yet who it is. One whose record somebody has torn is not to be found: it
+// ends when its run's folder goes.
 bool EndRunningJob(const StreamFolder& folder) {
   const Clock::time_point begin = Clock::now();
   std::optional<ProcessMark> asked;
@@ -32,6 +33,7 @@ bool EndRunningJob(const StreamFolder& folder) {
       base::Log(LOG_ERR, kUnit, "the job of stream " + folder.StreamId() + " does not end");
       return false;
     }
+    KillLiveEncoder(folder);
     const std::optional<JobRecord> record = ReadJobRecord(folder);
     if (!record) DropRuns(folder);
     if (record && record->supervisor.pid != 0) {

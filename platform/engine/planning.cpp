@@ -9,7 +9,6 @@ namespace kinora::engine {
 namespace {
 
 constexpr int kSmoothChannels = 2;
-constexpr int64_t kLongestFilm = 1000LL * 60 * 60 * 1000;  // milliseconds
 
 bool Serves(const media::TransProfile& profile, std::string_view kind, bool remux) {
   return std::any_of(profile.uses.begin(), profile.uses.end(),
@@ -20,13 +19,6 @@ std::optional<Refusal> WhyNotCopied(const VideoTraits& video, const std::optiona
   if (video.rotate != 0) return Refusal{kVideoNotSupported, "a copied picture cannot be turned"};
   if (!copy || copy->verdict != CopyVerdict::kCopies)
     return Refusal{kVideoNotSupported, "the video cannot be copied: " + (copy ? copy->reason : "not asked")};
-  return std::nullopt;
-}
-
-// What speaks against encoding anything at all.
-std::optional<Refusal> WhyNothingIsEncoded(const MachineState& machine) {
-  if (!machine.transcoding) return Refusal{kSwitchedOff, "transcoding is switched off"};
-  if (machine.converting_offline) return Refusal{kConvertingOffline, "an offline conversion has the machine"};
   return std::nullopt;
 }
 
@@ -79,6 +71,12 @@ std::optional<Refusal> Finish(const Sound& sound, const std::optional<CopyDecisi
 }
 
 }  // namespace
+
+std::optional<Refusal> WhyNothingIsEncoded(const MachineState& machine) {
+  if (!machine.transcoding) return Refusal{kSwitchedOff, "transcoding is switched off"};
+  if (machine.converting_offline) return Refusal{kConvertingOffline, "an offline conversion has the machine"};
+  return std::nullopt;
+}
 
 bool CopiesVideo(const media::TransProfile& profile) { return Serves(profile, "HLS", true); }
 

@@ -32,6 +32,12 @@ struct MachineState {
   uint64_t memory_free = UINT64_MAX;  // bytes that may still be used
 };
 
+// Longer than any film. Milliseconds.
+inline constexpr int64_t kLongestFilm = 1000LL * 60 * 60 * 1000;
+
+// What speaks against encoding anything at all.
+std::optional<Refusal> WhyNothingIsEncoded(const MachineState& machine);
+
 // Whether the profile asks for the video to be copied into HLS.
 bool CopiesVideo(const media::TransProfile& profile);
 

@@ -41,10 +41,6 @@ bool IsMp3Alone(const SourceTraits& source) {
                      [](const AudioTraits& audio) { return audio.codec == "mp3"; });
 }
 
-bool CanBeEncoded(const AudioTraits& audio) {
-  return audio.decodable && !audio.codec.empty() && audio.channels > 0 && audio.frequency > 0;
-}
-
 AudioPlan Copied(const AudioTraits& audio) {
   AudioPlan plan;
   plan.track = audio.track;
@@ -80,6 +76,10 @@ std::string NameOf(const AudioTraits& audio, const std::string& language, size_t
 }
 
 }  // namespace
+
+bool CanBeEncoded(const AudioTraits& audio) {
+  return audio.decodable && !audio.codec.empty() && audio.channels > 0 && audio.frequency > 0;
+}
 
 std::variant<std::vector<AudioPlan>, Refusal> PlanSound(const SourceTraits& source,
                                                         const StreamWishes& wishes,

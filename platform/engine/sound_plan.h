@@ -16,6 +16,9 @@ struct SoundWays {
   bool encodes = true;
 };
 
+// Whether this machine can decode the track.
+bool CanBeEncoded(const AudioTraits& audio);
+
 // One entry for each track that can be heard, in the file's order, exactly one of them the default. Tracks
 // that cannot be decoded, or would have to be encoded where nothing is, are left out; it is a refusal when
 // that is the one to be heard first.

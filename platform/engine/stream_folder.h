@@ -4,6 +4,7 @@
 //     request.json     what was asked for when the stream was prepared
 //     plan.json        the plan, written once the stream is accepted
 //     *.m3u8           the playlists, written with it
+//     encoder.json     of WebM: the process that makes the body (live_record.h)
 //     access_status    its modification time is when a fragment was last asked for
 //     owner            whose stream it is (the web API's)
 //     lock             held (flock) while somebody decides about the stream's job

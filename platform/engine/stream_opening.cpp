@@ -11,6 +11,7 @@
 #include "platform/engine/source_traits.h"
 #include "platform/engine/stream_request.h"
 #include "platform/engine/stream_space.h"
+#include "platform/engine/webm_plan.h"
 
 namespace kinora::engine {
 namespace {
@@ -97,6 +98,15 @@ std::optional<Refusal> OpenSmooth(const StreamFolder& folder, const StreamWishes
     plan.picture.parameter_sets = *sets;
   }
   return WriteAll(folder, plan, {{kSmoothManifest, MakeSmoothManifest(plan)}});
+}
+
+std::optional<Refusal> OpenWebM(const StreamFolder& folder, const std::string& audio_track) {
+  const auto wanted = LookAtWanted(folder, "WEBM");
+  if (const auto* const refusal = std::get_if<Refusal>(&wanted)) return *refusal;
+  const auto& [profile, source] = std::get<Wanted>(wanted);
+  const auto plan = PlanWebM(source, audio_track, profile, LookAtMachine());
+  if (const auto* const refusal = std::get_if<Refusal>(&plan)) return *refusal;
+  return WriteAll(folder, std::get<StreamPlan>(plan), {});
 }
 
 Refusal WhyNotPrepared() {

@@ -22,6 +22,12 @@ std::optional<Refusal> OpenSmooth(const StreamFolder& folder, const StreamWishes
 // Why an object stands for no stream, since none could be prepared.
 Refusal WhyNotPrepared();
 
+// The same for live WebM.
+std::optional<Refusal> OpenWebM(const StreamFolder& folder, const std::string& audio_track);
+
+// Why an object stands for no stream, since none could be prepared.
+Refusal WhyNotPrepared();
+
 // The plan of an open stream. Nothing, with a line in the log, when there is none that can be read.
 std::optional<StreamPlan> ReadPlan(const StreamFolder& folder);
 

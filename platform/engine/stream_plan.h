@@ -76,7 +76,7 @@ struct SourceTraits {
 };
 
 // How the stream goes out.
-enum class Delivery { kHls, kSmooth };
+enum class Delivery { kHls, kSmooth, kWebM };
 
 enum class VideoWay { kNone, kCopy, kEncode };
 enum class AudioWay { kCopy, kEncode };
@@ -85,7 +85,7 @@ enum class AudioWay { kCopy, kEncode };
 struct AudioPlan {
   int track = -1;
   AudioWay way = AudioWay::kEncode;
-  std::string codec;  // what goes out: "aac", "mp3", "ac3", "eac3"
+  std::string codec;  // what goes out: "aac", "mp3", "ac3", "eac3", "opus", "vorbis"
   int channels = 2;
   int frequency = 48000;    // Hz
   int64_t bitrate = 0;      // bits per second

@@ -287,10 +287,20 @@ VideoWay ReadWay(const std::string& name) {
   throw MalformedRecord("there is no way to treat a picture as [" + name + "]");
 }
 
-const char* Name(Delivery delivery) { return delivery == Delivery::kSmooth ? "SS" : "HLS"; }
+const char* Name(Delivery delivery) {
+  switch (delivery) {
+    case Delivery::kSmooth:
+      return "SS";
+    case Delivery::kWebM:
+      return "WEBM";
+    case Delivery::kHls:
+      break;
+  }
+  return "HLS";
+}
 
 Delivery ReadDelivery(const std::string& name) {
-  for (const Delivery delivery : {Delivery::kHls, Delivery::kSmooth}) {
+  for (const Delivery delivery : {Delivery::kHls, Delivery::kSmooth, Delivery::kWebM}) {
     if (name == Name(delivery)) return delivery;
   }
   throw MalformedRecord("no stream goes out as [" + name + "]");

@@ -61,7 +61,7 @@ bool VTEStream::State::IsOpen(const std::optional<engine::Refusal>& refusal) {
 }
 
 VTEStream::VTEStream(const std::string& stream_id, const std::string& type_name)
-    : state_(std::make_unique<State>(State{stream_id, type_name, ""})) {}
+    : state_(std::make_unique<State>(State{stream_id, type_name, "", nullptr})) {}
 VTEStream::~VTEStream() = default;
 VTEStream::VTEStream(const VTEStream& other) : state_(std::make_unique<State>(*other.state_)) {}
 VTEStream& VTEStream::operator=(const VTEStream& other) {

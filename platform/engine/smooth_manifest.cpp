@@ -1,5 +1,6 @@
 // One StreamIndex for each track, with its one quality level and all its chunks. Players start with the first
-// one of a kind.
+// one of a kind. Of what the format allows to leave out there is only what players ask for; it has no place
+// for a track's name for people.
 
 #include "platform/engine/smooth_manifest.h"
 
@@ -57,12 +58,15 @@ std::string AudioSpecificConfig(const AudioPlan& audio) {
   return text;
 }
 
+std::string Language(const AudioPlan* audio) {
+  return audio == nullptr || audio->language.empty() ? "" : Attribute("Language", audio->language);
+}
+
 // `audio` is nullptr for the picture.
-std::string StreamIndex(const StreamPlan& plan, const AudioPlan* audio, const std::string& attributes,
-                        const std::string& level) {
+std::string StreamIndex(const StreamPlan& plan, const AudioPlan* audio, const std::string& level) {
   const std::string track = SmoothTrack(audio);
   std::string text = "<StreamIndex" + Attribute("Type", audio == nullptr ? "video" : "audio") +
-                     Attribute("Name", track) + attributes + Attribute("Chunks", plan.grid.Count()) +
+                     Attribute("Name", track) + Language(audio) + Attribute("Chunks", plan.grid.Count()) +
                      Attribute("QualityLevels", 1) +
                      Attribute("Url", "QualityLevels({bitrate})/Fragments(" + track + "={start time})") +
                      ">\n<QualityLevel" + Attribute("Index", 0) +
@@ -75,16 +79,14 @@ std::string StreamIndex(const StreamPlan& plan, const AudioPlan* audio, const st
 }
 
 std::string Picture(const StreamPlan& plan) {
-  const std::string size =
-      Attribute("MaxWidth", plan.picture.width) + Attribute("MaxHeight", plan.picture.height);
-  return StreamIndex(
-      plan, nullptr,
-      size + Attribute("DisplayWidth", plan.picture.width) + Attribute("DisplayHeight", plan.picture.height),
-      Attribute("FourCC", "H264") + size + Attribute("CodecPrivateData", plan.picture.parameter_sets));
+  return StreamIndex(plan, nullptr,
+                     Attribute("FourCC", "H264") + Attribute("MaxWidth", plan.picture.width) +
+                         Attribute("MaxHeight", plan.picture.height) +
+                         Attribute("CodecPrivateData", plan.picture.parameter_sets));
 }
 
 std::string Sound(const StreamPlan& plan, const AudioPlan& audio) {
-  return StreamIndex(plan, &audio, audio.language.empty() ? "" : Attribute("Language", audio.language),
+  return StreamIndex(plan, &audio,
                      Attribute("FourCC", "AACL") + Attribute("SamplingRate", audio.frequency) +
                          Attribute("Channels", audio.channels) + Attribute("BitsPerSample", kBitsOfSample) +
                          Attribute("PacketSize", int64_t{audio.channels} * kBitsOfSample / 8) +

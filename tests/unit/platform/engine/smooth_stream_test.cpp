@@ -4,12 +4,14 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <fstream>
 #include <regex>
 #include <sstream>
 #include <vector>
 
 #include "platform/engine/job.h"
+#include "platform/engine/stream_listing.h"
 #include "platform/engine/stream_opening.h"
 #include "tests/unit/platform/engine/cover.h"
 #include "tests/unit/platform/engine/smooth_chunks.h"
@@ -295,6 +297,25 @@ TEST_F(SmoothStreamTest, IsClosedInAnyStateAndItsEncoderWithIt) {
   EXPECT_TRUE(LookAtJob(StreamFolder::Open("SS", playing.GetStreamID()).value()).running);
   EXPECT_TRUE(playing.Close());
   ExpectNothingLeft();
+}
+
+TEST_F(SmoothStreamTest, CountsAmongAllThatEncodeOnTheMachine) {
+  WriteText(system::kSettingsFile, "jobs=\"1\"\n");
+  HttpLiveStream other(VTEStream::VTE_Init(VTEInitArgument(Media("silent.mp4"), "HLS", profiles_, "hls")));
+  ASSERT_TRUE(other.Init(Json::Value(Json::objectValue), Json::Value(), "", "")) << other.GetErrorString();
+  const SmoothStream playing = Opened(Media("bulky.mkv"));
+  ASSERT_TRUE(playing.Transcoding(kFirstPicture));
+  EXPECT_EQ(CountJobs(), 1);
+  const std::vector<ListedStream> listed = ListStreams();
+  const auto found = std::ranges::find(listed, playing.GetStreamID(), &ListedStream::id);
+  ASSERT_NE(found, listed.end());
+  EXPECT_EQ(found->type, "SS");
+  EXPECT_TRUE(found->encoding);
+  EXPECT_FALSE(other.Transcoding("0")) << "its viewer is there";
+  EXPECT_TRUE(playing.Close());
+  EXPECT_TRUE(other.Transcoding("0"));
+  EXPECT_TRUE(other.Close());
+  EXPECT_EQ(CountJobs(), 0);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@ std::vector<SetUpRoutine> FormatTable(StreamIniter& initer) {
   return {
       {"hls", [&initer] { return initer.InitHLS(false); }},
       {"hls_remux", [&initer] { return initer.InitHLS(true); }},
+      {"ss", [&initer] { return initer.InitSS(); }},
       {"raw", [&initer] { return initer.InitRAW(); }},
   };
 }

@@ -46,6 +46,10 @@ class KINORA_EXPORT StreamIniter : public OpenArgument {
   // ThrowVTEError has it. For a "chromecast" the `profile` "hd_high" or "sd_high" becomes "appletv_hd_high"
   // and stays that.
   std::string InitHLS(bool remux);
+  // Smooth Streaming. The request must name the address that is called back, else 1212; 1212 when no profile
+  // fits; a refusal of the engine as ThrowVTEError has it. The stream has a mark of use at once, and its
+  // first fragment is made before the player asks for it, if that can be done.
+  std::string InitSS();
   std::string InitRAW();
 
   // Reserves an id, a working folder and its space for a file that goes out as it is. Throws Error 1203 when
@@ -66,7 +70,7 @@ class KINORA_EXPORT StreamIniter : public OpenArgument {
 
   LibCrvnVTE::VideoMetaData metadata;   // of `file_path`
   std::string stream_id;                // empty until the stream is open
-  std::string stream_format;            // "hls", "hls_remux" or "raw": whose set-up succeeded
+  std::string stream_format;            // "hls", "hls_remux", "ss" or "raw": whose set-up succeeded
   Error last_error{kErrorUnspecified};  // the most recent set-up's failure
 };
 

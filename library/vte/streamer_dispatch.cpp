@@ -7,6 +7,7 @@
 #include "library/log.h"
 #include "library/vte/hls.h"
 #include "library/vte/raw.h"
+#include "library/vte/ss.h"
 
 namespace crvnkn::webapi::vte {
 namespace {
@@ -27,6 +28,7 @@ std::unique_ptr<Streamer> Make(const std::string& stream_id) {
 constexpr StreamerRow kStreamers[] = {
     {"hls", Make<HLS>},
     {"hls_remux", Make<HLS>},
+    {"ss", Make<SS>},
     {"raw", Make<RAW>},
 };
 

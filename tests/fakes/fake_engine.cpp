@@ -1,4 +1,5 @@
 #include "contract/engine/http_live_stream.h"
+#include "contract/engine/smooth_stream.h"
 #include "tests/fakes/script.h"
 
 using kinora::fakes::Called;
@@ -25,10 +26,11 @@ std::string VTEStream::VTE_Init(const VTEInitArgument& argument) {
 
 struct VTEStream::State {
   std::string id;
+  std::string type;
 };
 
-VTEStream::VTEStream(const std::string& stream_id, const std::string&)
-    : state_(std::make_unique<State>(State{stream_id})) {}
+VTEStream::VTEStream(const std::string& stream_id, const std::string& type_name)
+    : state_(std::make_unique<State>(State{stream_id, type_name})) {}
 VTEStream::~VTEStream() = default;
 VTEStream::VTEStream(const VTEStream& other) : state_(std::make_unique<State>(*other.state_)) {}
 VTEStream& VTEStream::operator=(const VTEStream& other) {
@@ -37,6 +39,12 @@ VTEStream& VTEStream::operator=(const VTEStream& other) {
 }
 
 std::string VTEStream::GetStreamID() const { return state_->id; }
+
+std::string VTEStream::GetVTEFileFullPath(const std::string& file_name) const {
+  Called("GetVTEFileFullPath", state_->id, file_name);
+  return "/tmp/Kinora/" + state_->type + "/" + state_->id + "/" + file_name;
+}
+
 std::string VTEStream::GetErrorString() const { return TheScript().engine_error; }
 
 bool AdaptStream::Transcoding(const std::string& fragment_id) const {
@@ -67,6 +75,21 @@ bool HttpLiveStream::Init(const Json::Value& stream_url, const Json::Value& subt
 std::string HttpLiveStream::GetMainfest(const std::string& playlist_type,
                                         const std::string& subtitle_id) const {
   Called("GetMainfest", GetStreamID(), playlist_type, subtitle_id);
+  return TheScript().manifest_path;
+}
+
+SmoothStream::SmoothStream(const std::string& stream_id) : AdaptStream(stream_id, "SS") {
+  Called("SmoothStream", stream_id);
+}
+
+bool SmoothStream::Init(const Json::Value& stream_url, const Json::Value& reserved,
+                        const std::string& audio_track, const std::string& audio_format) {
+  Called("Init", GetStreamID(), stream_url, reserved, audio_track, audio_format);
+  return TheScript().start_stream;
+}
+
+std::string SmoothStream::GetMainfest() const {
+  Called("GetMainfest", GetStreamID());
   return TheScript().manifest_path;
 }
 

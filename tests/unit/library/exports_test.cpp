@@ -60,6 +60,7 @@ TEST(SharedLibrary, ShowsItsOperationsAndNothingElse) {
       "StreamIniter::InitDirectStream()",
       "StreamIniter::InitHLS(bool)",
       "StreamIniter::InitRAW()",
+      "StreamIniter::InitSS()",
       "StreamIniter::GetJsonStreamURL() const",
       "StreamIniter::GetSSJsonStreamURL() const",
       "StreamIniter::GetJsonSubtitleURL() const",
@@ -96,6 +97,13 @@ TEST(SharedLibrary, ShowsItsOperationsAndNothingElse) {
       "HLS::GetManifestMineType() const",
       "HLS::GetFragmentMineType() const",
       "HLS::GetAdaptStream() const",
+      "SS::SS(string const&)",
+      "SS::~SS()",
+      "SS::CloseImp() const",
+      "SS::GetOutputManifestPath() const",
+      "SS::GetManifestMineType() const",
+      "SS::GetFragmentMineType() const",
+      "SS::GetAdaptStream() const",
       // By which exceptions and classes are told apart across shared objects.
       "typeinfo for Error",
       "typeinfo name for Error",
@@ -109,6 +117,9 @@ TEST(SharedLibrary, ShowsItsOperationsAndNothingElse) {
       "typeinfo for HLS",
       "typeinfo name for HLS",
       "vtable for HLS",
+      "typeinfo for SS",
+      "typeinfo name for SS",
+      "vtable for SS",
       "typeinfo for RAW",
       "typeinfo name for RAW",
       "vtable for RAW",
@@ -120,7 +131,8 @@ TEST(SharedLibrary, LeavesThePlatformAndTheCallersSideToItsLinker) {
   const std::set<std::string> undefined = Names("--undefined-only");
   for (const char* name :
        {"HLIBCExec(char const*, ...)", "LibCrvnVTE::VTEStream::GetRandStreamID(string const&)",
-        "LibCrvnVTE::HttpLiveStream::HttpLiveStream(string const&)", "LibCrvnVTE::AdaptStream::Close() const",
+        "LibCrvnVTE::HttpLiveStream::HttpLiveStream(string const&)",
+        "LibCrvnVTE::SmoothStream::SmoothStream(string const&)", "LibCrvnVTE::AdaptStream::Close() const",
         "LibKinora::db::api::FileAPI::GetFile(int) const", "HTTPFileOutputer::GetMimeType(char const*)",
         "crvnkn::JoinString(std::vector<string, std::allocator<string > > const&, string const&)"}) {
     EXPECT_THAT(undefined, testing::Contains(name));

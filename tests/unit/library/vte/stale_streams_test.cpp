@@ -116,6 +116,15 @@ TEST_F(StaleStreams, LeavesTheRemovalOfAnHlsStreamToTheEngine) {
   ExpectLog({});
 }
 
+TEST_F(StaleStreams, LeavesTheRemovalOfASmoothStreamToTheEngine) {
+  for (const char* id : {"fresh", "stale"}) PutStream("SS", id);
+  PutMark("SS", "fresh", seconds(0));
+  PutMark("SS", "stale", seconds(61));
+  EXPECT_TRUE(initer_.RemoveTimeoutDir("SS"));
+  ExpectCalls({"LoadFile(\"/v/film.mp4\")", "SmoothStream(\"stale\")", "Close(\"stale\")"});
+  ExpectLog({});
+}
+
 TEST_F(StaleStreams, GoesOnWhenTheEngineCannotCloseAStream) {
   for (const char* id : {"one", "two"}) {
     PutStream("HLS", id);
@@ -127,13 +136,14 @@ TEST_F(StaleStreams, GoesOnWhenTheEngineCannotCloseAStream) {
 }
 
 TEST_F(StaleStreams, EngineSweepTakesEveryTypeOfTheEngine) {
-  for (const char* type : {"HLS", "WEBM"}) {
+  for (const char* type : {"WEBM", "SS", "HLS"}) {
     PutStream(type, "stale");
     PutMark(type, "stale", seconds(61));
   }
   TheScript().close_stream = false;  // so that the order shows in the log
   initer_.RemoveTimeoutVTEDir();
   ExpectLog({"vte/streamer:# VTE - Failed to close HLS[stale]",
+             "vte/streamer:# VTE - Failed to close SS[stale]",
              "vte/stream_initer:# Bad format for webapi [format = WEBM]"});
 }
 

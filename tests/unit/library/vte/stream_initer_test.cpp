@@ -165,8 +165,25 @@ TEST_F(StreamIniterTest, CopiesTheVideoForHlsRemux) {
                                 "\"h264\")"));
 }
 
+TEST_F(StreamIniterTest, PrefersSmoothStreamingToTheFileItself) {
+  TheScript().formats = {"raw", "ss"};
+  StreamIniter initer(WholeRequest(Request(kFilm, "raw,ss")));
+  initer.LegacyProcess();
+  EXPECT_EQ(initer.stream_format, "ss");
+  EXPECT_EQ(initer.stream_id, "enginestream");
+}
+
+TEST_F(StreamIniterTest, PrefersHlsToSmoothStreaming) {
+  for (const char* hls : {"hls", "hls_remux"}) {
+    TheScript().formats = {"ss", hls};
+    StreamIniter initer(WholeRequest(Request(kFilm, "auto")));
+    initer.LegacyProcess();
+    EXPECT_EQ(initer.stream_format, hls);
+  }
+}
+
 TEST_F(StreamIniterTest, FallsBackToRawWhenTheEngineRefuses) {
-  TheScript().formats = {"hls", "hls_remux", "raw"};
+  TheScript().formats = {"hls", "hls_remux", "ss", "raw"};
   TheScript().start_stream = false;
   TheScript().engine_error = "TransSapceNotEnough";
   StreamIniter initer(WholeRequest(Request(kFilm, "auto")));

@@ -2,6 +2,7 @@
 
 #include "library/vte/hls.h"
 #include "library/vte/raw.h"
+#include "library/vte/ss.h"
 #include "tests/fakes/scripted_test.h"
 
 namespace crvnkn::webapi::vte {
@@ -27,11 +28,21 @@ TEST_F(StreamerDispatch, MakesAnHlsStreamerForBothWaysOfHls) {
   }
 }
 
+TEST_F(StreamerDispatch, MakesASmoothStreamerWhateverTheCase) {
+  for (const char* format : {"ss", "SS", "Ss"}) {
+    const std::unique_ptr<Streamer> streamer = GetStreamerAPI("id", format);
+    ASSERT_NE(streamer, nullptr) << format;
+    EXPECT_NE(dynamic_cast<SS*>(streamer.get()), nullptr) << format;
+    EXPECT_EQ(streamer->GetPathAccessStatus(), "/tmp/Kinora/SS/id/access_status");
+  }
+}
+
 TEST_F(StreamerDispatch, MakesNothingForAnUnknownFormat) {
   for (const std::string& format :
        {std::string(), std::string("webm"), std::string("WEBM"), std::string("mp4"), std::string("direct"),
         std::string("raw "), std::string(" raw"), std::string("ra"), std::string("raw\0", 4),
-        std::string("raw,hls"), std::string("hls remux"), std::string("hls_"), std::string("hls\0", 4)}) {
+        std::string("raw,hls"), std::string("hls remux"), std::string("hls_"), std::string("hls\0", 4),
+        std::string("s"), std::string("sss"), std::string("ss_remux"), std::string("ss\0", 3)}) {
     EXPECT_EQ(GetStreamerAPI("id", format), nullptr) << format;
   }
   ExpectLog({});
@@ -61,6 +72,12 @@ TEST_F(StreamerDispatch, CloseOfAnHlsStreamIsTheEngines) {
   EXPECT_TRUE(CloseHandler("id", "hls_remux"));
   EXPECT_TRUE(CloseHandler("id", "HLS"));
   ExpectCalls({"HttpLiveStream(\"id\")", "Close(\"id\")", "HttpLiveStream(\"id\")", "Close(\"id\")"});
+}
+
+TEST_F(StreamerDispatch, CloseOfASmoothStreamIsTheEngines) {
+  EXPECT_TRUE(CloseHandler("id", "ss"));
+  EXPECT_TRUE(CloseHandler("id", "SS"));
+  ExpectCalls({"SmoothStream(\"id\")", "Close(\"id\")", "SmoothStream(\"id\")", "Close(\"id\")"});
 }
 
 TEST_F(StreamerDispatch, CloseSucceedsAgainWhenTheStreamIsGone) {

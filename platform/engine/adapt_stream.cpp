@@ -7,9 +7,8 @@
 #include "platform/base/log.h"
 #include "platform/engine/audio_fragment.h"
 #include "platform/engine/copied_fragment.h"
-#include "platform/engine/fragment_id.h"
+#include "platform/engine/fragment_lookup.h"
 #include "platform/engine/job.h"
-#include "platform/engine/smooth_address.h"
 #include "platform/engine/smooth_fragment.h"
 #include "platform/engine/source_traits.h"
 #include "platform/engine/stream_folder.h"
@@ -26,16 +25,6 @@ using engine::StreamPlan;
 using kinora::base::Log;
 
 constexpr char kUnit[] = "engine/adapt_stream";
-
-// The plan's fragment that a request names, in the form of the stream's type. Nothing when there is none.
-std::optional<engine::FragmentId> Find(const StreamPlan& plan, const std::string& fragment_id) {
-  if (plan.delivery == engine::Delivery::kSmooth) {
-    const auto address = engine::ParseSmoothAddress(fragment_id);
-    return address ? engine::FindChunk(plan, *address) : std::nullopt;
-  }
-  const auto id = engine::ParseFragmentId(fragment_id);
-  return id && plan.HasFragment(*id) ? id : std::nullopt;
-}
 
 // Who makes fragments looks first whether they are there; even then an encoder must hear what is wanted.
 // The plan has the fragment.
@@ -75,7 +64,7 @@ std::optional<std::string> Make(const std::string& type, const std::string& stre
   if (!plan) return "the stream is not open";
   if (engine::IdentifySource(plan->source.identity.path) != plan->source.identity)
     return Describe(FragmentOutcome::kGone);
-  const std::optional<engine::FragmentId> id = Find(*plan, fragment_id);
+  const std::optional<engine::FragmentId> id = engine::FindFragment(*plan, fragment_id);
   if (!id) return "the plan has no such fragment";
   const FragmentOutcome outcome = Prepare(*folder, *plan, *id);
   if (outcome == FragmentOutcome::kReady) return std::nullopt;
@@ -86,7 +75,7 @@ std::optional<std::string> Make(const std::string& type, const std::string& stre
 std::string FileOf(const StreamFolder& folder, const std::string& type, const std::string& fragment_id) {
   if (type == "SS") {
     const std::optional<StreamPlan> plan = engine::ReadPlan(folder);
-    const auto id = plan ? Find(*plan, fragment_id) : std::nullopt;
+    const auto id = plan ? engine::FindFragment(*plan, fragment_id) : std::nullopt;
     return id ? engine::SmoothFileName(*id) : "";
   }
   const auto id = engine::ParseFragmentId(fragment_id);

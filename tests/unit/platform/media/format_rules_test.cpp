@@ -204,7 +204,8 @@ TEST(FormatRules, SayWhy) {
   EXPECT_EQ(reason("ss", Traits("mkv", "h264", "dts")),
             "h264 with dts in mkv is converted for players that ask for it");
   EXPECT_EQ(reason("hls", Traits("nut", "h264", "aac")), "the container nut is not converted");
-  EXPECT_EQ(reason("ss", Traits("mp4", "", "aac")), "there is no video");
+  EXPECT_EQ(reason("ss", Traits("mp4", "", "aac")), "aac in mp4 is converted for players that ask for it");
+  EXPECT_EQ(reason("webm_remux", Traits("mp4", "", "aac")), "there is no video");
   EXPECT_EQ(reason("hls", Traits("mp4", "", "")), "there is no video");
   EXPECT_EQ(reason("raw", Traits("", "", "")),
             "browsers do not play a file without picture and sound in none; a player that asks for it may");
@@ -247,11 +248,13 @@ class FormatMatrixTest : public testing::Test {
     const bool decodes = video != "unknown_codec" && audio != "unknown_codec" && video + audio != "";
     return decodes && !In(container, {"nut", "rm", ""}) ? Verdict::kConverts : Verdict::kRefused;
   }
-  // Smooth Streaming and WebM: whatever has a picture that can be decoded, and only for those who ask.
-  static Verdict OfPictures(const std::string& container, const std::string& video,
-                            const std::string& audio) {
-    const bool possible = !video.empty() && Transcode(container, video, audio) == Verdict::kConverts;
+  // Smooth Streaming: whatever can be decoded, and only for those who ask. WebM: the same with a picture.
+  static Verdict Smooth(const std::string& container, const std::string& video, const std::string& audio) {
+    const bool possible = Transcode(container, video, audio) == Verdict::kConverts;
     return possible ? Verdict::kOnRequest : Verdict::kRefused;
+  }
+  static Verdict WebM(const std::string& container, const std::string& video, const std::string& audio) {
+    return video.empty() ? Verdict::kRefused : Smooth(container, video, audio);
   }
 };
 
@@ -294,9 +297,9 @@ TEST_F(FormatMatrixTest, EveryCombinationHasItsVerdictAndAReason) {
         const std::map<std::string, Verdict> expected = {
             {"raw", BrowsersPlay(container, video, audio) ? Verdict::kPlaysAsIs : Verdict::kOnRequest},
             {"hls_remux", Remux(container, video, audio)},
-            {"webm_remux", OfPictures(container, video, audio)},
+            {"webm_remux", WebM(container, video, audio)},
             {"hls", Transcode(container, video, audio)},
-            {"ss", OfPictures(container, video, audio)}};
+            {"ss", Smooth(container, video, audio)}};
         for (const FormatDecision& decision : DecideFormats(rules, Traits(container, video, audio))) {
           EXPECT_EQ(decision.verdict, expected.at(decision.name))
               << decision.name << ": " << video << " with " << audio << " in " << container;

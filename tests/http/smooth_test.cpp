@@ -1,0 +1,194 @@
+// Films by Smooth Streaming, from opening to closing, and while something breaks, vanishes or comes all at
+// once.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+
+#include "tests/http/hls_expectations.h"
+#include "tests/http/smooth_viewer.h"
+
+using namespace kinora::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kFilm[] = "mpeg2_mp2.mpg";       // six seconds
+constexpr char kLanguages[] = "languages.mkv";  // with two audio tracks
+
+void ExpectManifest(const Reply& reply, const std::string& what) {
+  ASSERT_EQ(reply.status, 200) << what << reply.body.substr(0, 500);
+  EXPECT_EQ(reply.Header("Content-Type"), "text/xml") << what;
+  EXPECT_EQ(reply.Header("Cache-Control"), "no-store") << what;
+  EXPECT_TRUE(reply.body.starts_with("<?xml ")) << what << reply.body;
+  ExpectForAnyOriginOnce(reply, what);
+}
+
+uint64_t BigEndian(const std::string& bytes, size_t at) {
+  uint64_t number = 0;
+  for (const char byte : bytes.substr(at, 4)) number = number << 8 | static_cast<unsigned char>(byte);
+  return number;
+}
+
+// A "moof" box and a "mdat" box, and nothing else.
+void ExpectChunk(const Reply& reply, const std::string& what) {
+  ASSERT_EQ(reply.status, 200) << what << reply.body.substr(0, 500);
+  EXPECT_EQ(reply.Header("Content-Type"), "video/mp4") << what;
+  EXPECT_EQ(reply.Header("Cache-Control"), "private, max-age=300") << what;
+  ExpectForAnyOriginOnce(reply, what);
+  ASSERT_GT(reply.body.size(), 16U) << what;
+  EXPECT_EQ(reply.body.substr(4, 4), "moof") << what;
+  const uint64_t moof = BigEndian(reply.body, 0);
+  ASSERT_LE(moof + 8, reply.body.size()) << what;
+  EXPECT_EQ(reply.body.substr(moof + 4, 4), "mdat") << what;
+  EXPECT_EQ(moof + BigEndian(reply.body, moof), reply.body.size()) << what;
+}
+
+std::vector<std::string> ChunksOf(const SmoothTrack& track) {
+  std::vector<std::string> chunks;
+  for (const int64_t start : track.starts) chunks.push_back(track.ChunkAt(start));
+  return chunks;
+}
+
+}  // namespace
+
+TEST(SmoothFilm, IsOpenedFetchedAndClosed) {
+  const House house({kFilm, kLanguages});
+  const SmoothViewer ann(house, house.SignIn("ann"));
+  const std::pair<const char*, size_t> films[] = {{kFilm, 2}, {kLanguages, 3}};
+  for (const auto& [film, count] : films) {
+    const ViewedStream stream = ann.Open(film, "ss");
+    EXPECT_EQ(stream.format, "ss");
+    ExpectManifest(ann.Get(ann.Path(stream, "Manifest")), film);
+    const std::vector<SmoothTrack> tracks = ann.Tracks(stream);
+    EXPECT_EQ(tracks.size(), count) << film;
+    for (const SmoothTrack& track : tracks) {
+      EXPECT_FALSE(track.starts.empty()) << track.name;
+      for (const std::string& chunk : ChunksOf(track)) ExpectChunk(ann.Get(ann.Path(stream, chunk)), chunk);
+    }
+    const fs::path folder = fs::canonical(stream.Folder());
+    EXPECT_EQ(CodeOf(ann.Close(stream)), 0);
+    EXPECT_FALSE(fs::is_symlink(stream.Folder()) || fs::exists(folder));
+    EXPECT_TRUE(Eventually([&] { return EncodersIn(folder).empty(); }));
+    EXPECT_EQ(CodeOf(ann.Get(ann.Path(stream, "Manifest"))), 128);
+  }
+}
+
+TEST(SmoothFilm, IsTheSameByEveryFormOfItsAddress) {
+  const House house({kFilm});
+  const SmoothViewer ann(house, house.SignIn("ann"));
+  const ViewedStream stream = ann.Open(kFilm, "ss");
+  const Reply manifest = ann.Get(ann.Path(stream, "Manifest"));
+  ExpectManifest(manifest, "by path");
+  EXPECT_EQ(ann.Get(ann.Address(stream, {})).body, manifest.body);
+  const std::string chunk = ann.Tracks(stream).at(0).ChunkAt(0);
+  EXPECT_EQ(chunk, "QualityLevels(1500000)/Fragments(video=0)");
+  const Reply by_path = ann.Get(ann.Path(stream, chunk));
+  ExpectChunk(by_path, "by path");
+  for (const char* encoded : {"QualityLevels%281500000%29/Fragments%28video%3d0%29",
+                              "%51ualityLevels(1500000)/Fragments(video%3D0)"}) {
+    const Reply reply = ann.Get(ann.Path(stream, encoded));
+    ExpectChunk(reply, encoded);
+    EXPECT_TRUE(reply.body == by_path.body) << encoded;
+  }
+  const Reply by_query = ann.Get(ann.Address(stream, {{"fragment", chunk}}));
+  ExpectChunk(by_query, "by query");
+  EXPECT_TRUE(by_query.body == by_path.body);
+}
+
+TEST(SmoothFilm, GivesPartsOfAChunkAndItsSize) {
+  const House house({kFilm});
+  const SmoothViewer ann(house, house.SignIn("ann"));
+  const ViewedStream stream = ann.Open(kFilm, "ss");
+  const std::string address = ann.Path(stream, ann.Tracks(stream).at(0).ChunkAt(0));
+  const Reply chunk = ann.Get(address);
+  ExpectChunk(chunk, address);
+  for (const std::string& target : {address, ann.Path(stream, "Manifest")}) {
+    const Reply whole = ann.Get(target);
+    const Reply head = ann.Get(target, {}, "HEAD");
+    EXPECT_EQ(head.status, 200);
+    EXPECT_EQ(head.Header("Content-Length"), std::to_string(whole.body.size()));
+    EXPECT_EQ(head.body, "");
+  }
+  const Reply part = ann.Get(address, {"Range: bytes=4-7"});
+  EXPECT_EQ(part.status, 206);
+  EXPECT_EQ(part.body, "moof");
+}
+
+TEST(SmoothFilm, IsOpenedForThoseOnlyWhoAskForIt) {
+  const House house({kFilm});
+  const SmoothViewer ann(house, house.SignIn("ann"));
+  EXPECT_EQ(ann.Open(kFilm, "auto").format, "hls");
+  EXPECT_EQ(ann.Open(kFilm, "ss,raw").format, "ss");
+  EXPECT_EQ(ann.Open(kFilm, "raw,ss,hls").format, "hls");
+}
+
+TEST(SmoothStreams, AreMarkedWhenTheyAreOpenedAndSweptWhenTheirMarkIsOld) {
+  const House house({kFilm});
+  const SmoothViewer ann(house, house.SignIn("ann"));
+  const ViewedStream stale = ann.Open(kFilm, "ss");
+  const ViewedStream fresh = ann.Open(kFilm, "ss");
+  EXPECT_EQ(CountStreams("SS"), 2U);
+  for (const ViewedStream& stream : {stale, fresh}) {
+    EXPECT_EQ(ReadWhole(stream.Folder() / "access_status"), "touch")
+        << "before anybody has asked for anything";
+  }
+  fs::last_write_time(stale.Folder() / "access_status",
+                      fs::file_time_type::clock::now() - std::chrono::seconds(90));
+  const fs::path folder = fs::canonical(stale.Folder());
+  const ViewedStream next = ann.Open(kFilm, "ss");
+  EXPECT_FALSE(fs::is_symlink(stale.Folder()) || fs::exists(folder));
+  EXPECT_TRUE(Eventually([&] { return EncodersIn(folder).empty(); }));
+  EXPECT_EQ(CountStreams("SS"), 2U);
+  EXPECT_EQ(CodeOf(ann.Get(ann.Path(stale, "Manifest"))), 128);
+  ExpectManifest(ann.Get(ann.Path(fresh, "Manifest")), "of one in use");
+}
+
+TEST(SmoothFaults, AreToldWhenTheFilmIsReplacedOrVanishes) {
+  const House house({kFilm});
+  const SmoothViewer ann(house, house.SignIn("ann"));
+  const ViewedStream stream = ann.Open(kFilm, "ss");
+  const fs::path film = house.Share() / kFilm;
+  const fs::path folder = fs::canonical(stream.Folder());
+  for (const SmoothTrack& track : ann.Tracks(stream)) {
+    const std::string chunk = ann.Path(stream, track.ChunkAt(0));
+    ExpectChunk(ann.Get(chunk), "before");
+    fs::rename(film, house.Share() / "aside");
+    ExpectRefused(ann.Get(chunk), 404, 128, "the film is gone");
+    fs::copy_file(house.Share() / "aside", film);
+    ExpectRefused(ann.Get(chunk), 409, 129, "the same bytes, but another file");
+    fs::remove(film);
+    fs::rename(house.Share() / "aside", film);
+    ExpectChunk(ann.Get(chunk), "it is back");
+  }
+  fs::remove(film);
+  EXPECT_EQ(CodeOf(ann.Close(stream)), 0);
+  EXPECT_EQ(CountStreams("SS"), 0U);
+  EXPECT_TRUE(Eventually([&] { return EncodersIn(folder).empty(); }));
+}
+
+TEST(SmoothFaults, DoNotStopAStreamWhoseServiceIsRestartedOrWhoseListenerIsKilled) {
+  House house({kFilm});
+  const SmoothViewer ann(house, house.SignIn("ann"));
+  const ViewedStream stream = ann.Open(kFilm, "ss");
+  const std::vector<SmoothTrack> tracks = ann.Tracks(stream);
+  const std::string first = ann.Path(stream, tracks.at(0).ChunkAt(0));
+  const Reply before = ann.Get(first);
+  ExpectChunk(before, "before");
+  const auto listeners = [&] { return DescendantsLike(house.Pid(), "entry.cgi"); };
+  const pid_t listener = listeners().at(0);
+  kill(listener, SIGKILL);
+  ASSERT_TRUE(Eventually([&] {
+    const std::vector<pid_t> now = listeners();
+    return !now.empty() && now[0] != listener;
+  }));
+  ExpectChunk(ann.Get(first), "after the listener's end");
+  house.Restart();
+  const Reply again = ann.Get(ann.Path(stream, tracks.at(0).ChunkAt(0)));
+  ExpectChunk(again, "the same again");
+  EXPECT_TRUE(again.body == before.body);
+  for (const SmoothTrack& track : tracks) {
+    const std::string last = track.ChunkAt(track.starts.back());
+    ExpectChunk(ann.Get(ann.Path(stream, last)), last);
+  }
+}

@@ -23,9 +23,8 @@ class SmoothStream : public AdaptStream {
 
   // Plans the whole stream and writes its manifest; no fragment is made yet. Picture and sound are encoded,
   // to H.264 and AAC.
-  //   stream_url    object with "url" and the query parameters of the stream API. The manifest's own
-  //   addresses
-  //                 are relative to the path that it is asked for under, so nothing of it stands there
+  //   stream_url    object with "url" and the query parameters of the stream API. Nothing of it stands in the
+  //                 manifest, whose addresses are relative to the path that it is asked for under
   //   reserved      null
   //   audio_track   VideoMetaData's id of the track to be heard first; empty: the file's first
   //   audio_format  empty

@@ -1,9 +1,10 @@
 // The folder of a stream: all there is to know about it, whoever asks.
 //
-//   /tmp/Kinora/HLS/<stream id>/        (a link to a working folder on a volume)
+//   /tmp/Kinora/<type>/<stream id>/     (a link to a working folder on a volume)
 //     request.json     what was asked for when the stream was prepared
 //     plan.json        the plan, written once the stream is accepted
-//     *.m3u8           the playlists, written with it
+//     *.m3u8           of HLS: the playlists, written with it
+//     Manifest         of Smooth Streaming: the manifest, written with it
 //     encoder.json     of WebM: the process that makes the body (live_record.h)
 //     access_status    its modification time is when a fragment was last asked for
 //     owner            whose stream it is (the web API's)
@@ -11,6 +12,7 @@
 //     work/            what children may write to; belongs to the identity that they have
 //       <n>.ts           main fragment n, whole
 //       a<track>_<n>.ts  fragment n of an audio track that is a rendition of its own, whole
+//       <the same>.m4s   of Smooth Streaming: a chunk, made of that fragment, whole
 //       wanted           text: the number of the main fragment that was asked for last; its modification time
 //                        is when
 //       job.json, job.lock   who encodes (job.h)

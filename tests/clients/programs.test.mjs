@@ -1,7 +1,9 @@
 // ffmpeg and GStreamer, which take the addresses from the playlists as they stand, against the real service.
 import assert from "node:assert/strict";
 import { after, before, test } from "node:test";
-import { kPlayed, kPlayedThrough, kSeconds, kSwitched, kTones, makeFilms, seeks } from "./support/films.mjs";
+import {
+  kPlayed, kPlayedThrough, kSeconds, kSmooth, kSmoothSwitched, kSwitched, kTones, makeFilms, seeks,
+} from "./support/films.mjs";
 import { openHouse } from "./support/house.mjs";
 import { kPrograms } from "./support/programs.mjs";
 
@@ -31,14 +33,16 @@ async function playsThrough(program, master) {
   assert.ok(Math.abs(sound.first - picture.first) < 0.1, `sound from ${sound.first}, picture from ${picture.first}`);
 }
 
+const name = (program, what, { film, format }) => `${program.name}.${what}(${film}, ${format})`;
+
 for (const program of kPrograms) {
-  for (const opening of kPlayedThrough) {
-    test(`${program.name}.PlaysFromBeginningToEnd(${opening.film})`, () =>
+  for (const opening of [...kPlayedThrough, ...(program.smooth ? kSmooth : [])]) {
+    test(name(program, "PlaysFromBeginningToEnd", opening), () =>
       withStream(opening, (master) => playsThrough(program, master)));
   }
 
-  for (const opening of kPlayed) {
-    test(`${program.name}.SeeksAnywhere(${opening.film})`, () => withStream(opening, async (master) => {
+  for (const opening of [...kPlayed, ...(program.smooth ? kSmooth : [])]) {
+    test(name(program, "SeeksAnywhere", opening), () => withStream(opening, async (master) => {
       for (const { wanted, picture } of await program.seek(master, seeks())) {
         assert.ok(Math.abs(picture.first - wanted) <= program.landing, `${picture.first} instead of ${wanted}`);
         assert.ok(picture.last > wanted + 0.2, `${picture.last} after ${wanted}`);
@@ -47,8 +51,8 @@ for (const program of kPrograms) {
     }));
   }
 
-  for (const opening of kSwitched) {
-    test(`${program.name}.HearsEachTrack(${opening.film})`, () => withStream(opening, async (master) => {
+  for (const opening of [...kSwitched, ...(program.smooth ? kSmoothSwitched : [])]) {
+    test(name(program, "HearsEachTrack", opening), () => withStream(opening, async (master) => {
       const heard = (await program.switchSound(master)).map(({ pitch }) => pitch);
       assert.equal(heard.length, kTones.length);
       kTones.forEach((tone, i) => assert.ok(Math.abs(heard[i] - tone) < 20, `${heard} Hz`));

@@ -41,6 +41,13 @@ export const kSwitched = [
   { film: "encoded with two tracks.mkv", format: "hls" },
 ];
 
+// By Smooth Streaming, in which everything is encoded.
+export const kSmooth = [
+  { film: "copied.mp4", format: "ss" },
+  { film: "encoded.avi", format: "ss" },
+];
+export const kSmoothSwitched = [{ film: "encoded with two tracks.mkv", format: "ss" }];
+
 export function makeFilms(folder) {
   for (const [name, options] of Object.entries(kFilms)) {
     const file = path.join(folder, name);

@@ -4,7 +4,7 @@ import { readdirSync, readlinkSync } from "node:fs";
 import path from "node:path";
 import { kPassword, kUser, startKinora } from "../../browser/support/kinora.mjs";
 
-const kStreams = { raw: "/tmp/Kinora/RAW", hls: "/tmp/Kinora/HLS", hls_remux: "/tmp/Kinora/HLS" };
+const kStreams = { raw: "/tmp/Kinora/RAW", hls: "/tmp/Kinora/HLS", hls_remux: "/tmp/Kinora/HLS", ss: "/tmp/Kinora/SS" };
 const kTimeToGo = 60_000;
 
 export class Refused extends Error {
@@ -26,6 +26,13 @@ export async function openHouse(fill, settings = {}) {
   const { videos } = await call("Catalog", "list", { ...session, limit: 1000 });
   const film_ids = new Map(videos.map(({ file, id }) => [file, id]));
 
+  // Players of Smooth Streaming cut the manifest's address at its last slash and append those of the chunks.
+  function addressOf(stream) {
+    if (stream.format === "ss") return `${kinora.origin}/webapi/entry.cgi/ss/${sid}/${stream.id}/Manifest`;
+    const address = new URLSearchParams({ version: 1, api: "CRVN.Kinora2.Stream", method: "stream", ...stream, _sid: sid });
+    return `${kinora.origin}/webapi/entry.cgi?${address}`;
+  }
+
   // Opens a film; the stream's address (of HLS, its master playlist) and what its folder leads to come with it.
   async function open({ film, format }) {
     const id = film_ids.get(film);
@@ -33,9 +40,8 @@ export async function openHouse(fill, settings = {}) {
     const opened = await call("Stream", "open", { ...session, id, format });
     if (format !== "auto") assert.equal(opened.format, format);
     const stream = { id: opened.stream_id, format: opened.format };
-    const address = new URLSearchParams({ version: 1, api: "CRVN.Kinora2.Stream", method: "stream", ...stream, _sid: sid });
     const link = path.join(kStreams[opened.format], opened.stream_id);
-    return { ...stream, link, folder: readlinkSync(link), master: `${kinora.origin}/webapi/entry.cgi?${address}` };
+    return { ...stream, link, folder: readlinkSync(link), master: addressOf(stream) };
   }
 
   // Closes a stream; nothing of it is left.

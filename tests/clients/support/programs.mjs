@@ -50,10 +50,11 @@ async function pitch(master, track) {
   return crossings / 2;
 }
 
-// landing: seconds by which a seek may miss. ffmpeg counts by decoding times there: where pictures are reordered it
+// smooth: it plays Smooth Streaming. landing: seconds by which a seek may miss. ffmpeg counts by decoding times there: where pictures are reordered it
 // takes the next key picture instead of the one before.
 const kFfmpeg = {
   name: "ffmpeg",
+  smooth: false,
   landing: kKeysEvery,
   async play(master) {
     const [picture, sound] = await Promise.all(["0:v:0", "0:a:0"].map((stream) => frames(["-i", master], stream)));
@@ -76,6 +77,7 @@ const gstreamer = async (...options) => JSON.parse(await run(process.env.KINORA_
 
 const kGStreamer = {
   name: "GStreamer",
+  smooth: true,
   landing: 0.5,
   play: (master) => gstreamer("play", master),
   seek: (master, places) => gstreamer("seek", master, ...places.map(String)),

@@ -149,9 +149,9 @@ bool EndJob(const StreamFolder& folder) { return EndRunningJob(folder); }
 
 JobState LookAtJob(const StreamFolder& folder) {
   JobState state;
+  state.running = IsJobRunning(folder);
   const std::optional<JobRecord> record = ReadJobRecord(folder);
   if (!record) return state;
-  state.running = IsJobRunning(folder);
   state.first = record->first;
   state.newest = record->newest;
   if (!state.running) return state;

@@ -21,11 +21,6 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr char kUnit[] = "engine/live_encoder";
-// With nothing delivered an encoder hangs. The first bytes take a fraction of a second.
-constexpr std::chrono::seconds kPatience{25};
-// For a program that has closed its standard output to end.
-constexpr std::chrono::seconds kFarewell{5};
-
 constexpr int kMostLooks = 100;  // at what it has said last
 
 struct Pipe {
@@ -47,8 +42,8 @@ int Until(Clock::time_point end) {
 
 }  // namespace
 
-std::shared_ptr<LiveEncoder> LiveEncoder::Start(const system::Command& command,
-                                                const std::string& stream_id) {
+std::shared_ptr<LiveEncoder> LiveEncoder::Start(const system::Command& command, const std::string& stream_id,
+                                                milliseconds patience) {
   Pipe output = MakePipe();
   Pipe errors = MakePipe();
   if (!output.read || !errors.read) {
@@ -57,13 +52,14 @@ std::shared_ptr<LiveEncoder> LiveEncoder::Start(const system::Command& command,
   }
   std::optional<system::Spawned> child = system::Spawn(command, output.write.Get(), errors.write.Get());
   if (!child) return nullptr;
-  return std::shared_ptr<LiveEncoder>(
-      new LiveEncoder(stream_id, std::move(*child), std::move(output.read), std::move(errors.read)));
+  return std::shared_ptr<LiveEncoder>(new LiveEncoder(stream_id, patience, std::move(*child),
+                                                      std::move(output.read), std::move(errors.read)));
 }
 
-LiveEncoder::LiveEncoder(std::string stream_id, system::Spawned child, base::Descriptor output,
-                         base::Descriptor errors)
+LiveEncoder::LiveEncoder(std::string stream_id, milliseconds patience, system::Spawned child,
+                         base::Descriptor output, base::Descriptor errors)
     : stream_id_(std::move(stream_id)),
+      patience_(patience),
       child_(std::move(child)),
       output_(std::move(output)),
       errors_(std::move(errors)),
@@ -107,7 +103,7 @@ void LiveEncoder::End() {
 
 // What has happened to standard output; 0, with a line in the log, when that was nothing for too long.
 short LiveEncoder::WaitForEvents() {
-  const Clock::time_point end = Clock::now() + kPatience;
+  const Clock::time_point end = Clock::now() + patience_;
   while (true) {
     std::array<pollfd, 2> events{{{output_.Get(), POLLIN, 0}, {errors_ ? errors_.Get() : -1, POLLIN, 0}}};
     const int got = ::poll(events.data(), events.size(), Until(end));
@@ -149,7 +145,7 @@ int LiveEncoder::Finish() {
 }
 
 bool LiveEncoder::EndsByItself() {
-  const Clock::time_point end = Clock::now() + kFarewell;
+  const Clock::time_point end = Clock::now() + patience_;
   while (true) {
     std::array<pollfd, 2> events{
         {{child_.handle.Get(), POLLIN, 0}, {errors_ ? errors_.Get() : -1, POLLIN, 0}}};

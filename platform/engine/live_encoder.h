@@ -2,6 +2,7 @@
 // ends with the object, and with the process, however that ends.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -13,8 +14,10 @@ namespace kinora::engine {
 
 class LiveEncoder {
  public:
-  // Nothing, with a line in the log, when the program cannot be started. `stream_id` is for the log.
-  static std::shared_ptr<LiveEncoder> Start(const system::Command& command, const std::string& stream_id);
+  // Nothing, with a line in the log, when the program cannot be started. Whenever it delivers nothing for as
+  // long as `patience`, while somebody waits for it, it is ended. `stream_id` is for the log.
+  static std::shared_ptr<LiveEncoder> Start(const system::Command& command, const std::string& stream_id,
+                                            std::chrono::milliseconds patience);
   ~LiveEncoder();
   LiveEncoder(const LiveEncoder&) = delete;
   LiveEncoder& operator=(const LiveEncoder&) = delete;
@@ -33,7 +36,8 @@ class LiveEncoder {
   void End();
 
  private:
-  LiveEncoder(std::string stream_id, system::Spawned child, base::Descriptor output, base::Descriptor errors);
+  LiveEncoder(std::string stream_id, std::chrono::milliseconds patience, system::Spawned child,
+              base::Descriptor output, base::Descriptor errors);
 
   short WaitForEvents();
   bool TakeErrors();
@@ -42,6 +46,7 @@ class LiveEncoder {
   void Complain(const std::string& what) const;
 
   const std::string stream_id_;
+  const std::chrono::milliseconds patience_;
   system::Spawned child_;
   base::Descriptor output_;  // empty: it has ended
   base::Descriptor errors_;

@@ -36,6 +36,9 @@ constexpr int kLockNumber = 4;
 // Of memory for the largest pictures and many threads. Time is bounded by the viewer's patience.
 constexpr system::ChildLimits kLimits{std::chrono::milliseconds(0), 16ULL << 30, 0, 0, 0};
 
+// The first bytes take a fraction of a second, and so do all others.
+constexpr std::chrono::seconds kPatience{25};
+
 // The encoder, or why there is none.
 using Started = std::variant<std::shared_ptr<LiveEncoder>, std::string>;
 
@@ -51,7 +54,7 @@ Started StartBeside(const StreamFolder& folder, const StreamPlan& plan, system::
   const Descriptor lock = engine::TakeJobLock(folder.WorkPath("job.lock"));
   if (!lock) return "its lock is not to be had";
   command.descriptors = {{source.Get(), kSourceNumber}, {lock.Get(), kLockNumber}};
-  std::shared_ptr<LiveEncoder> encoder = LiveEncoder::Start(command, folder.StreamId());
+  std::shared_ptr<LiveEncoder> encoder = LiveEncoder::Start(command, folder.StreamId(), kPatience);
   if (!encoder) return "the encoder cannot be started";
   engine::WriteLiveEncoder(folder, encoder->Pid());
   return encoder;

@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <syslog.h>
 
 #include <array>
 #include <cmath>
@@ -17,6 +16,7 @@
 #include "platform/base/descriptor.h"
 #include "platform/engine/job.h"
 #include "platform/system/child.h"
+#include "tests/unit/platform/engine/logged_lines.h"
 #include "tests/unit/platform/engine/streams.h"
 
 namespace kinora::engine {
@@ -153,29 +153,6 @@ class WebMTest : public StreamsTest {
 
   const std::string films_ = std::string(system::kVar) + "/films";
   const std::string profiles_ = films_ + "/profiles";
-};
-
-// What the system log gets while this lives.
-class LoggedLines {
- public:
-  LoggedLines() {
-    ::openlog("test", LOG_PERROR, LOG_USER);
-    testing::internal::CaptureStderr();
-  }
-  ~LoggedLines() {
-    if (!taken_) Take();
-  }
-  LoggedLines(const LoggedLines&) = delete;
-  LoggedLines& operator=(const LoggedLines&) = delete;
-
-  std::string Take() {
-    taken_ = true;
-    ::closelog();
-    return testing::internal::GetCapturedStderr();
-  }
-
- private:
-  bool taken_ = false;
 };
 
 }  // namespace kinora::engine

@@ -1,4 +1,5 @@
 // The real converter, as the library runs it.
+#include <enca.h>
 #include <sys/stat.h>
 
 #include <cstdlib>
@@ -26,6 +27,7 @@ class ConversionTest : public kinora::fakes::StreamTest {
     const std::string output = folder_ / "output.srt";
     std::ofstream(source, std::ios::binary) << bytes;
     ::chmod(source.c_str(), 0644);
+    std::filesystem::remove(output);
     if (!ToUTF8(source, charset, output)) return "failed";
     std::ifstream file(output);
     if (!file) return "no output";
@@ -51,6 +53,15 @@ TEST_F(ConversionTest, TakesTheMachinesCodePageForWhatCannotBeTold) {
 TEST_F(ConversionTest, LosesNoCueForABadByte) {
   EXPECT_EQ(Convert(kTimes + "a\x81\r\n\r\n" + kTimes + "b\r\n", "CP932"),
             kPlainTimes + "a\n\n" + kPlainTimes + "b\n");
+}
+
+// But for UTF-7, in which markup can be hidden.
+TEST_F(ConversionTest, TakesEveryCharsetThatCanBeDetected) {
+  for (size_t i = 0; i < enca_number_of_charsets(); ++i) {
+    const char* const name = enca_charset_name(static_cast<int>(i), ENCA_NAME_STYLE_ICONV);
+    if (name == nullptr) continue;
+    EXPECT_EQ(Convert("", name), name == std::string("UTF-7") ? "no output" : "") << name;
+  }
 }
 
 TEST_F(ConversionTest, FromAnUnknownCharsetLeavesNothing) {

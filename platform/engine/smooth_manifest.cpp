@@ -16,6 +16,8 @@ namespace {
 
 constexpr std::string_view kHead = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<SmoothStreamingMedia ";
 constexpr std::string_view kEnd = "</SmoothStreamingMedia>\n";
+// Bytes: GStreamer takes a shorter one for any text. That of a song is.
+constexpr size_t kShortest = 512;
 constexpr int kBitsOfSample = 16;
 constexpr int kAacTag = 255;  // of a format that is told by its FourCC
 
@@ -117,6 +119,7 @@ std::string MakeSmoothManifest(const StreamPlan& plan) {
   for (const AudioPlan& audio : plan.audio) {
     if (!audio.is_default) text += Sound(plan, audio);
   }
+  text.resize(std::max(text.size(), kShortest - kEnd.size()), ' ');
   return text + std::string(kEnd);
 }
 

@@ -8,7 +8,6 @@
 #include "platform/engine/planning.h"
 #include "platform/engine/source_traits.h"
 #include "tests/unit/platform/engine/encoding.h"
-#include "tests/unit/platform/engine/plans.h"
 
 namespace kinora::engine {
 namespace {
@@ -95,9 +94,8 @@ class ParameterSets : public testing::TestWithParam<Film> {
     const Probe probe = ProbeFile(path);
     EXPECT_TRUE(probe.report) << probe.reason;
     const SourceTraits source = ReadTraits(probe.report.value(), IdentityOf(path));
-    media::TransProfile profile = SmoothProfile();
-    profile.preset = "ultrafast";
-    auto planned = PlanSmoothStream(source, {}, profile, {});
+    const auto profile = media::LoadTransProfile(KINORA_SOURCE_DIR "/packaging/TransProfile", "smooth");
+    auto planned = PlanSmoothStream(source, {}, profile.value(), {});
     if (const auto* const refusal = std::get_if<Refusal>(&planned)) {
       ADD_FAILURE() << refusal->keyword << " " << refusal->reason;
       return {};

@@ -40,6 +40,15 @@ TEST(SmoothManifest, IsThisForAShortFilm) {
       "</SmoothStreamingMedia>\n");
 }
 
+TEST(SmoothManifest, IsLongEnoughToBeRecognised) {
+  SourceTraits song = Film();
+  song.duration_ms = 1000;
+  song.video = {};
+  const std::string text = MakeSmoothManifest(SmoothPlan(song));
+  EXPECT_EQ(text.size(), 512U);
+  EXPECT_TRUE(IsWholeSmoothManifest(text));
+}
+
 // What stands behind `start` up to the next quote.
 std::vector<std::string> All(const std::string& text, const std::string& start) {
   std::vector<std::string> found;

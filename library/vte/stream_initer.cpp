@@ -12,6 +12,7 @@ std::vector<SetUpRoutine> FormatTable(StreamIniter& initer) {
       {"hls", [&initer] { return initer.InitHLS(false); }},
       {"hls_remux", [&initer] { return initer.InitHLS(true); }},
       {"ss", [&initer] { return initer.InitSS(); }},
+      {"webm_remux", [&initer] { return initer.InitWEBM(); }},
       {"raw", [&initer] { return initer.InitRAW(); }},
   };
 }

@@ -50,6 +50,9 @@ class KINORA_EXPORT StreamIniter : public OpenArgument {
   // fits; a refusal of the engine as ThrowVTEError has it. The stream has a mark of use at once, and its
   // first fragment is made before the player asks for it, if that can be done.
   std::string InitSS();
+  // Live WebM, which starts only when it is asked for. 1212 when no profile fits; a refusal of the engine as
+  // ThrowVTEError has it. Stale streams are swept even when it fails.
+  std::string InitWEBM();
   std::string InitRAW();
 
   // Reserves an id, a working folder and its space for a file that goes out as it is. Throws Error 1203 when
@@ -68,9 +71,9 @@ class KINORA_EXPORT StreamIniter : public OpenArgument {
   Json::Value GetSSJsonStreamURL() const;  // of a Smooth Streaming stream's; it names the session alone
   Json::Value GetJsonSubtitleURL() const;
 
-  LibCrvnVTE::VideoMetaData metadata;   // of `file_path`
-  std::string stream_id;                // empty until the stream is open
-  std::string stream_format;            // "hls", "hls_remux", "ss" or "raw": whose set-up succeeded
+  LibCrvnVTE::VideoMetaData metadata;  // of `file_path`
+  std::string stream_id;               // empty until the stream is open
+  std::string stream_format;  // "hls", "hls_remux", "ss", "webm_remux" or "raw": whose set-up succeeded
   Error last_error{kErrorUnspecified};  // the most recent set-up's failure
 };
 

@@ -8,6 +8,7 @@
 #include "library/vte/hls.h"
 #include "library/vte/raw.h"
 #include "library/vte/ss.h"
+#include "library/vte/webm.h"
 
 namespace crvnkn::webapi::vte {
 namespace {
@@ -26,10 +27,8 @@ std::unique_ptr<Streamer> Make(const std::string& stream_id) {
 
 // The first row whose format matches wins.
 constexpr StreamerRow kStreamers[] = {
-    {"hls", Make<HLS>},
-    {"hls_remux", Make<HLS>},
-    {"ss", Make<SS>},
-    {"raw", Make<RAW>},
+    {"hls", Make<HLS>},         {"hls_remux", Make<HLS>}, {"ss", Make<SS>},
+    {"webm_remux", Make<WEBM>}, {"raw", Make<RAW>},
 };
 
 // The length is compared too: a request's text may hold a NUL.

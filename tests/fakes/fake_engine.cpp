@@ -1,5 +1,6 @@
 #include "contract/engine/http_live_stream.h"
 #include "contract/engine/smooth_stream.h"
+#include "contract/engine/webm_stream.h"
 #include "tests/fakes/script.h"
 
 using kinora::fakes::Called;
@@ -91,6 +92,32 @@ bool SmoothStream::Init(const Json::Value& stream_url, const Json::Value& reserv
 std::string SmoothStream::GetMainfest() const {
   Called("GetMainfest", GetStreamID());
   return TheScript().manifest_path;
+}
+
+int DirectStream::Read(char* buffer, unsigned int size) {
+  Called("Read", GetStreamID(), size);
+  return TheScript().read_body(buffer, size);
+}
+
+void DirectStream::KillMonitor() const { Called("KillMonitor", GetStreamID()); }
+
+bool DirectStream::Close() const {
+  Called("Close", GetStreamID());
+  return TheScript().close_stream;
+}
+
+WebMStream::WebMStream(const std::string& stream_id) : DirectStream(stream_id, "WEBM") {
+  Called("WebMStream", stream_id);
+}
+
+bool WebMStream::Init(const std::string& audio_track) {
+  Called("Init", GetStreamID(), audio_track);
+  return TheScript().start_stream;
+}
+
+bool WebMStream::Transcoding(const std::string& ffmpeg_path, int seek_time) {
+  Called("Transcoding", GetStreamID(), ffmpeg_path, seek_time);
+  return TheScript().start_body;
 }
 
 }  // namespace LibCrvnVTE

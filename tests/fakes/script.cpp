@@ -37,6 +37,7 @@ bool LinkWorkingFolder(uint64_t, const std::string& id, const std::string& type)
 Script::Script()
     : link_working_folder(LinkWorkingFolder),
       make_fragment([] { return true; }),
+      read_body([](char*, unsigned int) { return 0; }),
       execute(RunForReal),
       run([](const std::vector<std::string>&) { return 0; }) {}
 

@@ -38,6 +38,8 @@ struct Script {
   std::string manifest_path;
   std::function<bool()> make_fragment;
   std::string fragment_path;
+  bool start_body = true;                                         // of a direct stream
+  std::function<int(char* buffer, unsigned int size)> read_body;  // by default at its end at once
   bool close_stream = true;
 
   // The media database.

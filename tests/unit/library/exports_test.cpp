@@ -61,6 +61,7 @@ TEST(SharedLibrary, ShowsItsOperationsAndNothingElse) {
       "StreamIniter::InitHLS(bool)",
       "StreamIniter::InitRAW()",
       "StreamIniter::InitSS()",
+      "StreamIniter::InitWEBM()",
       "StreamIniter::GetJsonStreamURL() const",
       "StreamIniter::GetSSJsonStreamURL() const",
       "StreamIniter::GetJsonSubtitleURL() const",
@@ -104,6 +105,11 @@ TEST(SharedLibrary, ShowsItsOperationsAndNothingElse) {
       "SS::GetManifestMineType() const",
       "SS::GetFragmentMineType() const",
       "SS::GetAdaptStream() const",
+      "WEBM::WEBM(string const&)",
+      "WEBM::~WEBM()",
+      "WEBM::SetSeekTime(unsigned long)",
+      "WEBM::StreamImp() const",
+      "WEBM::CloseImp() const",
       // By which exceptions and classes are told apart across shared objects.
       "typeinfo for Error",
       "typeinfo name for Error",
@@ -120,6 +126,9 @@ TEST(SharedLibrary, ShowsItsOperationsAndNothingElse) {
       "typeinfo for SS",
       "typeinfo name for SS",
       "vtable for SS",
+      "typeinfo for WEBM",
+      "typeinfo name for WEBM",
+      "vtable for WEBM",
       "typeinfo for RAW",
       "typeinfo name for RAW",
       "vtable for RAW",
@@ -132,7 +141,8 @@ TEST(SharedLibrary, LeavesThePlatformAndTheCallersSideToItsLinker) {
   for (const char* name :
        {"HLIBCExec(char const*, ...)", "LibCrvnVTE::VTEStream::GetRandStreamID(string const&)",
         "LibCrvnVTE::HttpLiveStream::HttpLiveStream(string const&)",
-        "LibCrvnVTE::SmoothStream::SmoothStream(string const&)", "LibCrvnVTE::AdaptStream::Close() const",
+        "LibCrvnVTE::SmoothStream::SmoothStream(string const&)",
+        "LibCrvnVTE::DirectStream::Read(char*, unsigned int)", "LibCrvnVTE::AdaptStream::Close() const",
         "LibKinora::db::api::FileAPI::GetFile(int) const", "HTTPFileOutputer::GetMimeType(char const*)",
         "crvnkn::JoinString(std::vector<string, std::allocator<string > > const&, string const&)"}) {
     EXPECT_THAT(undefined, testing::Contains(name));

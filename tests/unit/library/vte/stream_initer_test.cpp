@@ -182,8 +182,23 @@ TEST_F(StreamIniterTest, PrefersHlsToSmoothStreaming) {
   }
 }
 
+TEST_F(StreamIniterTest, PrefersSmoothStreamingToWebm) {
+  TheScript().formats = {"raw", "webm_remux", "ss"};
+  StreamIniter initer(WholeRequest(Request(kFilm, "auto")));
+  initer.LegacyProcess();
+  EXPECT_EQ(initer.stream_format, "ss");
+}
+
+TEST_F(StreamIniterTest, PrefersWebmToTheFileItselfAndNeedsNoAddressForIt) {
+  TheScript().formats = {"raw", "webm_remux"};
+  StreamIniter initer(Request(kFilm, "auto"));
+  initer.LegacyProcess();
+  EXPECT_EQ(initer.stream_format, "webm_remux");
+  EXPECT_EQ(initer.stream_id, "enginestream");
+}
+
 TEST_F(StreamIniterTest, FallsBackToRawWhenTheEngineRefuses) {
-  TheScript().formats = {"hls", "hls_remux", "ss", "raw"};
+  TheScript().formats = {"hls", "hls_remux", "ss", "webm_remux", "raw"};
   TheScript().start_stream = false;
   TheScript().engine_error = "TransSapceNotEnough";
   StreamIniter initer(WholeRequest(Request(kFilm, "auto")));

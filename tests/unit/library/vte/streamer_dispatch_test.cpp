@@ -3,6 +3,7 @@
 #include "library/vte/hls.h"
 #include "library/vte/raw.h"
 #include "library/vte/ss.h"
+#include "library/vte/webm.h"
 #include "tests/fakes/scripted_test.h"
 
 namespace crvnkn::webapi::vte {
@@ -34,6 +35,16 @@ TEST_F(StreamerDispatch, MakesASmoothStreamerWhateverTheCase) {
     ASSERT_NE(streamer, nullptr) << format;
     EXPECT_NE(dynamic_cast<SS*>(streamer.get()), nullptr) << format;
     EXPECT_EQ(streamer->GetPathAccessStatus(), "/tmp/Kinora/SS/id/access_status");
+  }
+}
+
+// The name of the type is none of a format: "WEBM" alone matches nothing.
+TEST_F(StreamerDispatch, MakesAWebmStreamerForItsFormatOnly) {
+  for (const char* format : {"webm_remux", "WEBM_REMUX", "Webm_Remux"}) {
+    const std::unique_ptr<Streamer> streamer = GetStreamerAPI("id", format);
+    ASSERT_NE(streamer, nullptr) << format;
+    EXPECT_NE(dynamic_cast<WEBM*>(streamer.get()), nullptr) << format;
+    EXPECT_EQ(streamer->GetPathAccessStatus(), "/tmp/Kinora/WEBM/id/access_status");
   }
 }
 
@@ -78,6 +89,11 @@ TEST_F(StreamerDispatch, CloseOfASmoothStreamIsTheEngines) {
   EXPECT_TRUE(CloseHandler("id", "ss"));
   EXPECT_TRUE(CloseHandler("id", "SS"));
   ExpectCalls({"SmoothStream(\"id\")", "Close(\"id\")", "SmoothStream(\"id\")", "Close(\"id\")"});
+}
+
+TEST_F(StreamerDispatch, CloseOfAWebmStreamIsTheEngines) {
+  EXPECT_TRUE(CloseHandler("id", "webm_remux"));
+  ExpectCalls({"WebMStream(\"id\")", "Close(\"id\")"});
 }
 
 TEST_F(StreamerDispatch, CloseSucceedsAgainWhenTheStreamIsGone) {

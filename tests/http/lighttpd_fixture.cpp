@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -53,6 +54,19 @@ int Listen(int& port) {
   ::_exit(127);
 }
 
+// What the chunks of RFC 9112, 7.1, hold; of a body that breaks off, as much as came.
+std::string Unchunked(const std::string& body) {
+  std::string content;
+  size_t at = 0;
+  for (size_t end; (end = body.find("\r\n", at)) != std::string::npos;) {
+    const size_t size = std::strtoul(body.c_str() + at, nullptr, 16);
+    if (size == 0) break;
+    content += body.substr(end + 2, size);
+    at = std::min(body.size(), end + 2 + size + 2);
+  }
+  return content;
+}
+
 Reply Parse(const std::string& bytes) {
   Reply reply;
   const size_t end = bytes.find("\r\n\r\n");
@@ -69,6 +83,7 @@ Reply Parse(const std::string& bytes) {
                                colon == std::string::npos ? "" : line.substr(colon + 2));
   }
   reply.body = bytes.substr(end + 4);
+  if (reply.Header("Transfer-Encoding") == "chunked") reply.body = Unchunked(reply.body);
   return reply;
 }
 
@@ -165,6 +180,8 @@ std::string Connection::ReadAtLeast(size_t size) {
 }
 
 Reply Connection::ReadReply() { return Parse(ReadAtLeast(std::string::npos)); }
+
+void Connection::Finish() { ::shutdown(socket_, SHUT_WR); }
 
 void Connection::Abort() {
   const linger at_once{1, 0};

@@ -38,7 +38,7 @@ class Lighttpd {
 struct Reply {
   int status = 0;  // 0: what came is no answer
   std::vector<std::pair<std::string, std::string>> headers;
-  std::string body;
+  std::string body;  // without the marks of "Transfer-Encoding: chunked"
 
   // The value of the header field when there is exactly one, its name without regard to case.
   std::optional<std::string> Header(const std::string& name) const;
@@ -58,6 +58,9 @@ class Connection {
   std::string ReadAtLeast(size_t size);
   // Everything to the end of the connection.
   Reply ReadReply();
+  // Says that nothing more is wanted, without breaking anything off: the way in which a client closes that
+  // has read all there is.
+  void Finish();
   // Breaks the connection off at once, with what is on its way lost.
   void Abort();
 

@@ -13,8 +13,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr char kFilm[] = "mpeg2_mp2.mpg";       // six seconds
+constexpr char kLong[] = "black_start.mp4";     // twenty seconds
 constexpr char kLanguages[] = "languages.mkv";  // with two audio tracks
+// The least of run-ahead: the long film's encoder waits for its viewer before it is through.
+constexpr char kShortRunAhead[] = "run_ahead_seconds=\"10\"\n";
 
 void ExpectManifest(const Reply& reply, const std::string& what) {
   ASSERT_EQ(reply.status, 200) << what << reply.body.substr(0, 500);
@@ -191,4 +196,28 @@ TEST(SmoothFaults, DoNotStopAStreamWhoseServiceIsRestartedOrWhoseListenerIsKille
     const std::string last = track.ChunkAt(track.starts.back());
     ExpectChunk(ann.Get(ann.Path(stream, last)), last);
   }
+}
+
+TEST(SmoothJobs, AreRefusedWhereNoMoreMayBeAtWork) {
+  const House house({kLong, kFilm}, std::string("jobs=\"1\"\n") + kShortRunAhead);
+  const SmoothViewer ann(house, house.SignIn("ann"));
+  const ViewedStream first = ann.Open(kLong, "ss");
+  const std::vector<std::string> film = ChunksOf(ann.Tracks(first).at(0));
+  const ViewedStream second = ann.Open(kFilm, "ss");
+  const std::string other = ann.Path(second, ann.Tracks(second).at(0).ChunkAt(0));
+  // A viewer who has not asked for long gives his encoder away: on a machine that was too slow for that, once
+  // more.
+  Reply refused;
+  for (int round = 0; round < 5; ++round) {
+    const Clock::time_point asked = Clock::now();
+    ExpectChunk(ann.Get(ann.Path(first, film[0])), "the first film");
+    ASSERT_EQ(EncodersIn(fs::canonical(first.Folder())).size(), 1U);
+    refused = ann.Get(other);
+    if (Clock::now() - asked < std::chrono::seconds(10)) break;
+  }
+  ExpectRefused(refused, 503, 129, "one more");
+  EXPECT_EQ(refused.Header("Retry-After"), "5");
+  for (const std::string& chunk : film) ExpectChunk(ann.Get(ann.Path(first, chunk)), chunk);
+  EXPECT_EQ(CodeOf(ann.Close(first)), 0);
+  ExpectChunk(ann.Get(other), "its turn");
 }

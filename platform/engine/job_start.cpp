@@ -60,6 +60,11 @@ std::string Times(const SegmentGrid& grid, const EncoderRun& run) {
   return times;
 }
 
+// Chunks are a second copy of the film: fragments have one half of what the stream may fill.
+uint64_t QuotaOfFragments(const StreamPlan& plan, uint64_t quota) {
+  return plan.delivery == Delivery::kSmooth ? quota / 2 : quota;
+}
+
 std::vector<std::string> Arguments(const StreamPlan& plan, const EncoderRun& run, int tries, uint64_t quota,
                                    const system::Settings& settings) {
   std::vector<std::string> arguments = {system::InTarget(kSupervisor),
@@ -74,7 +79,7 @@ std::vector<std::string> Arguments(const StreamPlan& plan, const EncoderRun& run
                                         "--patience",
                                         kEncoderPatience,
                                         "--quota",
-                                        std::to_string(quota),
+                                        std::to_string(QuotaOfFragments(plan, quota)),
                                         "--floor",
                                         std::to_string(settings.free_space_floor),
                                         "--hardware",

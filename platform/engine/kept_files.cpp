@@ -27,7 +27,6 @@ struct KeptFile {
 struct Found {
   std::vector<KeptFile> files;    // whole ones of the kind
   std::vector<fs::path> scratch;  // what writers that died have left
-  uint64_t others = 0;            // bytes of all else
 };
 
 bool IsLater(const KeptFile& a, const KeptFile& b) {
@@ -42,13 +41,10 @@ Found Look(const std::string& folder, const KeptKind& kind) {
     const fs::path& path = entry->path();
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
-    const auto size = static_cast<uint64_t>(status.st_size);
     if (path.extension() == kind.extension) {
-      found.files.push_back({path, status.st_mtim, size});
+      found.files.push_back({path, status.st_mtim, static_cast<uint64_t>(status.st_size)});
     } else if (path.stem().extension() == kind.extension && ::time(nullptr) - status.st_mtime > kScratchAge) {
       found.scratch.push_back(path);
-    } else {
-      found.others += size;
     }
   }
   std::sort(found.files.begin(), found.files.end(), IsLater);
@@ -59,9 +55,8 @@ Found Look(const std::string& folder, const KeptKind& kind) {
 
 void MakeRoom(const std::string& folder, const KeptKind& kind, uint64_t planned, uint64_t quota) {
   const Found found = Look(folder, kind);
-  uint64_t room = planned;
-  for (const KeptFile& file : found.files) room = std::max(room, file.size);
-  uint64_t bytes = room + found.others;
+  uint64_t bytes = planned;
+  for (const KeptFile& file : found.files) bytes = std::max(bytes, file.size);
   for (size_t i = 0; i < found.files.size(); ++i) {
     bytes += found.files[i].size;
     const size_t with_the_new_one = i + 2;

@@ -14,9 +14,9 @@ struct KeptKind {
   size_t least = 0;       // whatever their size
 };
 
-// The files that were wanted longest ago go, so that one more has its place beside all else in the folder
-// under the quota (bytes): it may be as large as the largest so far, or as `planned`. One that is being read
-// can go, its reader has it open. What writers that were killed have left (scratch_file.h) goes, too.
+// The files that were wanted longest ago go, so that one more has its place under the quota (bytes): it may
+// be as large as the largest so far, or as `planned`. One that is being read can go, its reader has it open.
+// What writers that were killed have left (scratch_file.h) goes, too.
 void MakeRoom(const std::string& folder, const KeptKind& kind, uint64_t planned, uint64_t quota);
 
 // Counts as wanted just now. false when it is not there.

@@ -25,7 +25,9 @@ namespace kinora::engine {
 namespace {
 
 constexpr char kUnit[] = "engine/smooth_fragment";
-constexpr KeptKind kKept{".m4s", 16, 8};
+constexpr KeptKind kKept{".m4s", 16, 4};
+// Of the stream's quota, of which its fragments have one half; the rest is for what is being written.
+constexpr uint64_t kPartOfQuota = 3;
 // Of making a fragment that others drop before it is opened.
 constexpr int kMostTries = 3;
 
@@ -92,7 +94,7 @@ FragmentOutcome PrepareSmooth(const StreamFolder& folder, const StreamPlan& plan
       return FragmentOutcome::kReady;
     }
     const system::Settings settings = system::LoadSettings(system::kSettingsFile);
-    MakeRoom(folder.WorkPath(""), kKept, 0, settings.stream_quota);
+    MakeRoom(folder.WorkPath(""), kKept, 0, settings.stream_quota / kPartOfQuota);
     if (HasSpaceBelow(folder, settings.free_space_floor)) return Make(folder, plan, id, path);
     base::Log(LOG_ERR, kUnit, "There is no space for " + path);
     return FragmentOutcome::kNoSpace;

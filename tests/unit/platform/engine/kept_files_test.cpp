@@ -66,13 +66,6 @@ TEST_F(KeptFiles, AreThoseThatWereWantedLast) {
   }
 }
 
-TEST_F(KeptFiles, ShareTheQuotaWithAllElseInTheFolder) {
-  PutFive();
-  Put("1.ts", 300, 100);
-  MakeRoom(folder_, {".m4s", 16, 2}, 0, 700);
-  EXPECT_EQ(Present(), (Names{"1.m4s", "2.m4s", "3.m4s", "1.ts"}));
-}
-
 TEST_F(KeptFiles, AreWantedAnewWhenTheyAreTouched) {
   PutFive();
   EXPECT_TRUE(Touch(Path("5.m4s")));

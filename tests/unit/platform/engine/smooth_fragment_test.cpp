@@ -198,9 +198,9 @@ TEST_F(SmoothTest, AStreamKeepsAFewChunksOnly) {
   EXPECT_TRUE(IsThere(Path(Sound(115))));
   Settings("stream_quota=\"1K\"\n");
   ASSERT_EQ(Make(Sound(2)), FragmentOutcome::kReady);
-  EXPECT_EQ(Chunks(), 8U);
+  EXPECT_EQ(Chunks(), 4U);
   EXPECT_TRUE(IsThere(Path(Sound(1))));
-  EXPECT_TRUE(IsThere(Path(Sound(106))));
+  EXPECT_TRUE(IsThere(Path(Sound(102))));
 }
 
 // ---- outcomes

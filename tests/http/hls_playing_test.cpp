@@ -1,15 +1,13 @@
 // Ways to watch: slowly, with pauses, from the middle. What the viewer gets, what is at work for him, and
 // what lies on the disk for him meanwhile.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <algorithm>
-#include <atomic>
-#include <functional>
 #include <set>
 #include <thread>
 
 #include "tests/http/hls_expectations.h"
+#include "tests/http/watching.h"
 
 using namespace kinora::test;
 namespace fs = std::filesystem;
@@ -17,47 +15,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kBulky[] = "bulky.mkv";  // 150 seconds, 1 MBit/s
-
-// Looks at something all the time, until this object goes.
-class Watch {
- public:
-  explicit Watch(const std::function<void()>& look)
-      : thread_([this, look] {
-          while (!done_) {
-            look();
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-          }
-        }) {}
-  ~Watch() {
-    done_ = true;
-    thread_.join();
-  }
-  Watch(const Watch&) = delete;
-  Watch& operator=(const Watch&) = delete;
-
- private:
-  std::atomic<bool> done_ = false;
-  std::thread thread_;
-};
-
-// The letter that the kernel has for it; 'X' when there is no such process.
-char StateOf(pid_t process) {
-  const std::string line = ReadWhole("/proc/" + std::to_string(process) + "/stat");
-  const size_t name = line.rfind(") ");
-  return name == std::string::npos ? 'X' : line.at(name + 2);
-}
-
-// Bytes on the disk, as `du` counts them. What goes while it is looked at counts as gone.
-uint64_t DiskUsage(const fs::path& folder) {
-  uint64_t bytes = 0;
-  std::error_code gone;
-  for (fs::recursive_directory_iterator entry(folder, gone), end; !gone && entry != end;
-       entry.increment(gone)) {
-    struct stat status {};
-    if (::lstat(entry->path().c_str(), &status) == 0) bytes += static_cast<uint64_t>(status.st_blocks) * 512;
-  }
-  return bytes;
-}
 
 }  // namespace
 

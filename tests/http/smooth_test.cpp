@@ -5,8 +5,7 @@
 #include <chrono>
 #include <csignal>
 
-#include "tests/http/hls_expectations.h"
-#include "tests/http/smooth_viewer.h"
+#include "tests/http/smooth_expectations.h"
 
 using namespace kinora::test;
 namespace fs = std::filesystem;
@@ -20,34 +19,6 @@ constexpr char kLong[] = "black_start.mp4";     // twenty seconds
 constexpr char kLanguages[] = "languages.mkv";  // with two audio tracks
 // The least of run-ahead: the long film's encoder waits for its viewer before it is through.
 constexpr char kShortRunAhead[] = "run_ahead_seconds=\"10\"\n";
-
-void ExpectManifest(const Reply& reply, const std::string& what) {
-  ASSERT_EQ(reply.status, 200) << what << reply.body.substr(0, 500);
-  EXPECT_EQ(reply.Header("Content-Type"), "text/xml") << what;
-  EXPECT_EQ(reply.Header("Cache-Control"), "no-store") << what;
-  EXPECT_TRUE(reply.body.starts_with("<?xml ")) << what << reply.body;
-  ExpectForAnyOriginOnce(reply, what);
-}
-
-uint64_t BigEndian(const std::string& bytes, size_t at) {
-  uint64_t number = 0;
-  for (const char byte : bytes.substr(at, 4)) number = number << 8 | static_cast<unsigned char>(byte);
-  return number;
-}
-
-// A "moof" box and a "mdat" box, and nothing else.
-void ExpectChunk(const Reply& reply, const std::string& what) {
-  ASSERT_EQ(reply.status, 200) << what << reply.body.substr(0, 500);
-  EXPECT_EQ(reply.Header("Content-Type"), "video/mp4") << what;
-  EXPECT_EQ(reply.Header("Cache-Control"), "private, max-age=300") << what;
-  ExpectForAnyOriginOnce(reply, what);
-  ASSERT_GT(reply.body.size(), 16U) << what;
-  EXPECT_EQ(reply.body.substr(4, 4), "moof") << what;
-  const uint64_t moof = BigEndian(reply.body, 0);
-  ASSERT_LE(moof + 8, reply.body.size()) << what;
-  EXPECT_EQ(reply.body.substr(moof + 4, 4), "mdat") << what;
-  EXPECT_EQ(moof + BigEndian(reply.body, moof), reply.body.size()) << what;
-}
 
 std::vector<std::string> ChunksOf(const SmoothTrack& track) {
   std::vector<std::string> chunks;

@@ -3,15 +3,14 @@
 // request does not notice, and what is left goes.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
-#include <map>
 #include <set>
 
 #include "platform/engine/housekeeping.h"
 #include "platform/engine/job.h"
 #include "platform/system/places.h"
 #include "tests/faults/cgi.h"
+#include "tests/faults/kill_points.h"
 #include "tests/faults/long_film.h"
 #include "tests/http/hls_viewer.h"
 
@@ -21,42 +20,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Every call that leaves something behind, starts something or changes who this is.
-constexpr char kCalls[] =
-    "openat,write,pwrite64,sendfile,rename,link,unlink,unlinkat,mkdir,symlink,symlinkat,ftruncate,fchmod,"
-    "fsync,"
-    "fdatasync,utimensat,flock,clone,clone3,vfork,setresuid,setresgid,capset";
-constexpr size_t kUsualKills = 12;  // of one kind of request, spread over its calls
-
 constexpr char kCopied[] = "h264_aac.mp4";
 constexpr char kSound[] = "h264_ac3.mkv";  // its sound is a rendition of its own, encoded
 constexpr char kEncoded[] = "encode_25.mkv";
 constexpr char kPicture[] = "QualityLevels(1500000)/Fragments(video=0)";
 constexpr char kChunkOfSound[] = "QualityLevels(128000)/Fragments(audio_1=0)";
-
-struct Point {
-  std::string name;  // of the call
-  int number = 0;    // which one of that name
-};
-
-// The calls at which the request is killed: all of them, or as many as there is time for. What the loader
-// opens does not differ from one request to the next.
-std::vector<Point> PointsOf(const Call& call) {
-  std::map<std::string, int> counts;
-  std::vector<Point> points;
-  bool own = IsLong();
-  for (const std::string& line : CallsMadeBy(call, kCalls)) {
-    const std::string name = line.substr(0, line.find('('));
-    if (name == line) continue;  // how it ended
-    own = own || line.find("kinora.conf") != std::string::npos;
-    const int number = ++counts[name];
-    if (own) points.push_back({name, number});
-  }
-  if (IsLong() || points.size() <= kUsualKills) return points;
-  std::vector<Point> few;
-  for (size_t i = 0; i < kUsualKills; ++i) few.push_back(points[i * (points.size() - 1) / (kUsualKills - 1)]);
-  return few;
-}
 
 struct Film {
   const char* file;
@@ -80,10 +48,10 @@ class HlsKill : public testing::TestWithParam<Film> {
   void AtItsCalls(const Call& call, const std::function<bool(const CgiRun&)>& succeeded,
                   const std::function<void()>& prepare) {
     prepare();
-    const std::vector<Point> points = PointsOf(call);
+    const std::vector<KillPoint> points = KillPointsOf(call);
     ASSERT_GE(points.size(), 10U);
     size_t kills = 0;
-    for (const Point& point : points) {
+    for (const KillPoint& point : points) {
       prepare();
       const std::string where = point.name + " " + std::to_string(point.number);
       const CgiRun run = RunCgi(call, {KilledAt(point.name, point.number), {}});
@@ -135,13 +103,6 @@ std::vector<std::string> StreamsInTheWorkspace(const std::string& type) {
   return ids;
 }
 
-// As if nobody had touched them for a day.
-void Age(const fs::path& folder) {
-  const auto past = fs::file_time_type::clock::now() - std::chrono::hours(24);
-  for (const auto& entry : fs::recursive_directory_iterator(folder)) fs::last_write_time(entry.path(), past);
-  fs::last_write_time(folder, past);
-}
-
 }  // namespace
 
 TEST_P(HlsOpenKill, AtItsCallsOpensNothingHalf) {
@@ -169,7 +130,7 @@ TEST_P(HlsOpenKill, AtItsCallsOpensNothingHalf) {
     const int status = ann_->Get(ann_->Address(stream, {})).status;
     EXPECT_TRUE(status == 404 || status == 200) << id << " " << status;
     EXPECT_EQ(ProcessesIn(stream.Folder()), std::vector<pid_t>()) << id;
-    if (fs::exists(stream.Folder())) Age(fs::canonical(stream.Folder()));
+    if (fs::exists(stream.Folder())) MakeOld(fs::canonical(stream.Folder()));
   }
   engine::Housekeeping housekeeping;
   housekeeping.Sweep();

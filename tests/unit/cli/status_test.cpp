@@ -126,6 +126,21 @@ TEST_F(StatusTest, TellsWhereAnEncoderIsAtWork) {
   EXPECT_THAT(outcome.out, HasSubstr(" yes       /films/a.mkv\n"));
 }
 
+TEST_F(StatusTest, ListsStreamsAndEncodersOfEveryType) {
+  std::vector<base::Descriptor> locks;
+  for (const std::string type : {"HLS", "SS", "WEBM"}) {
+    const std::string id = Open(type, "/films/" + type + ".mkv");
+    locks.push_back(engine::TakeJobLock(Folder(type, id) / "work/job.lock"));
+  }
+  Open("RAW", "/films/RAW.mkv");
+  const Outcome outcome = Run({"status"});
+  EXPECT_THAT(outcome.out, HasSubstr("encoders  3 of 2\nstreams   4\n"));
+  for (const char* type : {"HLS", "SS", "WEBM"}) {
+    EXPECT_THAT(outcome.out, HasSubstr(std::string(" yes       /films/") + type + ".mkv\n"));
+  }
+  EXPECT_THAT(outcome.out, HasSubstr(" no        /films/RAW.mkv\n"));
+}
+
 TEST_F(StatusTest, PassesOverWhatIsNoStream) {
   Open("HLS", "/films/a.mkv");
   std::ofstream(fs::path(system::kWorkspace) / "HLS/notes") << "x";

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 using namespace kinora::entry;
 
 namespace {
@@ -84,6 +86,23 @@ TEST(Dispatch, LetsAnyOriginReadWhatTheStreamMethodAnswers) {
     for (const char* verb : {"GET", "POST", "OPTIONS"}) {
       EXPECT_EQ(lines(Ask(verb, stream)).size(), 0U) << method;
     }
+  }
+}
+
+TEST(Dispatch, TreatsAStreamsPathAsACallOfTheStreamMethod) {
+  const auto ask = [](const char* verb) {
+    return MakeRequest({{"REQUEST_METHOD", verb},
+                        {"HTTP_HOST", "localhost"},
+                        {"PATH_INFO", "/ss/-/aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa/Manifest"}},
+                       "");
+  };
+  const std::pair<const char*, int> cases[] = {{"GET", 401}, {"HEAD", 401}, {"OPTIONS", 204}, {"POST", 405}};
+  for (const auto& [verb, status] : cases) {
+    const std::optional<Answer> answer = Dispatch(ask(verb), {});
+    EXPECT_EQ(answer->status, status) << verb;
+    EXPECT_NE(std::find(answer->headers.begin(), answer->headers.end(), "Access-Control-Allow-Origin: *"),
+              answer->headers.end())
+        << verb;
   }
 }
 

@@ -180,10 +180,11 @@ TEST(MalformedRequests, AreRefusedByTheirBody) {
 
 TEST(PathsBehindTheProgram, ReachIt) {
   const House house;
-  for (const char* path : {"/webapi/entry.cgi/ss/sid/id/Manifest", "/webapi/entry.cgi/x",
+  for (const char* path : {"/webapi/entry.cgi/hls/sid/id/Manifest", "/webapi/entry.cgi/x",
                            "/webapi/entry.cgi/%2e%2e/x", "/webapi/entry.cgix"}) {
     const Reply reply = Fetch(house.Port(), "GET", path, {});
     EXPECT_EQ(reply.status, 404) << path;
   }
-  EXPECT_EQ(CodeOf(Fetch(house.Port(), "GET", "/webapi/entry.cgi/ss/sid/id/Manifest", {})), 128);
+  EXPECT_EQ(CodeOf(Fetch(house.Port(), "GET", "/webapi/entry.cgi/x", {})), 128);
+  EXPECT_EQ(CodeOf(Fetch(house.Port(), "GET", "/webapi/entry.cgi/ss/sid/id/Manifest", {})), 124);
 }

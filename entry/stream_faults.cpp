@@ -19,6 +19,8 @@
 namespace kinora::entry {
 namespace {
 
+constexpr uint64_t kSpaceOfARecord = 64U << 10;  // bytes, more than enough
+
 void LookAtSource(const std::string& path, StreamFaults& faults) {
   const base::Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (file) return;
@@ -86,6 +88,8 @@ StreamFaults FindLiveFaults(const std::string& stream_id, int64_t seek, const sy
   }
   LookAtPlannedSource(plan->source.identity, faults);
   faults.part_unknown = engine::MediaTime(seek) >= plan->grid.End(plan->grid.Count() - 1);
+  // The record of who encodes is small, but there must be room for it.
+  faults.volume_full = !engine::HasSpaceBelow(*folder, kSpaceOfARecord);
   // Its own encoder makes way.
   faults.jobs_taken = !engine::LookAtJob(*folder).running && AreJobsTaken(settings.jobs);
   return faults;

@@ -149,26 +149,25 @@ TEST_F(SmoothStreamTest, IsPlannedAsAWholeWhenItOpens) {
   ExpectNothingLeft();
 }
 
-TEST_F(SmoothStreamTest, KeepsThePromisesOfItsManifest) {
-  for (const char* film : {"languages.mkv", "encode_ntsc.ts", "mpeg2_mp2.mpg", "anamorphic.mp4"}) {
-    SCOPED_TRACE(film);
-    const SmoothStream stream = Opened(Media(film));
-    ExpectPromisesKept(stream);
-    EXPECT_TRUE(stream.Close());
-  }
+class SmoothFilmTest : public SmoothStreamTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(SmoothFilmTest, KeepsThePromisesOfItsManifest) {
+  const SmoothStream stream = Opened(Media(GetParam()));
+  ExpectPromisesKept(stream);
+  EXPECT_TRUE(stream.Close());
   ExpectNothingLeft();
 }
 
-TEST_F(SmoothStreamTest, KeepsThemWhereSoundOrPictureEndsEarlyOrSetsInLate) {
-  for (const char* film : {"encode_short_sound.mkv", "encode_late_sound.mkv", "encode_short_picture.mkv"}) {
-    SCOPED_TRACE(film);
-    const SmoothStream stream = Opened(Media(film));
-    ExpectPromisesKept(stream);
-    EXPECT_TRUE(stream.Close());
-  }
-}
+INSTANTIATE_TEST_SUITE_P(Films, SmoothFilmTest,
+                         testing::Values("languages.mkv", "mpeg2_mp2.mpg", "anamorphic.mp4", "odd_size.mkv",
+                                         "hevc_10bit.mkv", "encode_ntsc.ts", "encode_interlaced.ts",
+                                         "encode_variable.mkv", "encode_rotated.mp4", "encode_late_sound.mkv",
+                                         "encode_short_sound.mkv", "encode_short_picture.mkv"),
+                         [](const auto& film) {
+                           return std::regex_replace(std::string(film.param), std::regex("[^a-z0-9]"), "_");
+                         });
 
-TEST_F(SmoothStreamTest, KeepsThemWithoutSoundAndWithoutAPicture) {
+TEST_F(SmoothStreamTest, KeepsItsPromisesWithoutSoundAndWithoutAPicture) {
   const SmoothStream silent = Opened(Media("silent.mp4"));
   EXPECT_THAT(Content(silent.GetMainfest()), Not(HasSubstr("Type=\"audio\"")));
   ExpectPromisesKept(silent);

@@ -219,6 +219,7 @@ TEST_F(SmoothTest, MakesNoPictureWhereNoJobMayStart) {
   const StreamFolder busy = StreamFolder::Open("HLS", NewStream()).value();
   ASSERT_EQ(PrepareByJob(busy, plan_, 0), FragmentOutcome::kReady);
   ASSERT_TRUE(Eventually([&] { return LookAtJob(busy).stopped; }));
+  NoteWanted(busy, 0);  // who has not asked for long gives his encoder away
   EXPECT_EQ(Make(Picture(0)), FragmentOutcome::kNoJob);
   EXPECT_EQ(Chunks(), 0U);
 }

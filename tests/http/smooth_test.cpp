@@ -5,8 +5,10 @@
 #include <chrono>
 #include <csignal>
 
+#include "platform/engine/job_folder.h"
 #include "tests/http/smooth_expectations.h"
 
+using namespace kinora::engine;
 using namespace kinora::test;
 namespace fs = std::filesystem;
 
@@ -167,6 +169,39 @@ TEST(SmoothFaults, DoNotStopAStreamWhoseServiceIsRestartedOrWhoseListenerIsKille
     const std::string last = track.ChunkAt(track.starts.back());
     ExpectChunk(ann.Get(ann.Path(stream, last)), last);
   }
+}
+
+TEST(SmoothClient, WhoDropsARequestOrWhoseRequestDiesLeavesNoProcessAndNoSessionInTheLog) {
+  const House house({kLong}, kShortRunAhead);
+  const SmoothViewer ann(house, house.SignIn("ann"));
+  const ViewedStream stream = ann.Open(kLong, "ss");
+  const std::vector<std::string> film = ChunksOf(ann.Tracks(stream).at(0));
+  ExpectChunk(ann.Get(ann.Path(stream, film[0])), "the first one");
+  // Whoever publishes what the encoder makes is held: the fragment after the newest stays on its way.
+  const std::optional<StreamFolder> folder = StreamFolder::Open("SS", stream.id);
+  ASSERT_TRUE(folder);
+  const std::optional<JobRecord> job = ReadJobRecord(*folder);
+  ASSERT_TRUE(job && SignalSupervisor(*job, SIGSTOP));
+  const size_t next = static_cast<size_t>(PresentFragments(*folder).back()) + 1;
+  ASSERT_LT(next, film.size());
+  const auto requests = [&] { return Descendants(DescendantsLike(house.Pid(), "entry.cgi").at(0)); };
+  for (const bool dies : {false, true}) {
+    Connection player(house.Port());
+    player.Send("GET " + ann.Path(stream, film[next]) +
+                " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
+    ASSERT_TRUE(Eventually([&] { return IsJobWaitedFor(*folder); })) << house.Log();
+    if (dies) {
+      kill(requests().at(0), SIGKILL);
+      EXPECT_EQ(player.ReadReply().status, 500);
+    } else {
+      player.Finish();
+    }
+    EXPECT_TRUE(Eventually([&] { return requests().empty(); }));
+    EXPECT_TRUE(Eventually([&] { return !IsJobWaitedFor(*folder); })) << "nobody waits any more";
+  }
+  SignalSupervisor(*job, SIGCONT);
+  ExpectChunk(ann.Get(ann.Path(stream, film.back())), "the one that was sought");
+  EXPECT_EQ(house.Log().find(ann.Who().sid), std::string::npos) << house.Log();
 }
 
 TEST(SmoothJobs, AreRefusedWhereNoMoreMayBeAtWork) {

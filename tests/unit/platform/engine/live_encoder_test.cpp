@@ -16,6 +16,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr std::chrono::milliseconds kShort{200};
+constexpr std::chrono::seconds kEnoughToBegin{5};  // also on a busy machine
 constexpr std::chrono::minutes kLong{2};
 
 std::shared_ptr<LiveEncoder> Script(const std::string& script, std::chrono::milliseconds patience = kLong) {
@@ -96,7 +97,7 @@ TEST(LiveEncoder, HasNotBegunWhereNothingComes) {
 
 TEST(LiveEncoder, EndsOneThatHangsInTheMiddle) {
   LoggedLines log;
-  const auto encoder = Script("printf abc; exec sleep 1000", kShort);
+  const auto encoder = Script("printf abc; exec sleep 1000", kEnoughToBegin);
   const Body body = ReadAll(*encoder);
   EXPECT_EQ(body.bytes, "abc");
   EXPECT_EQ(body.end, -1);
@@ -106,7 +107,7 @@ TEST(LiveEncoder, EndsOneThatHangsInTheMiddle) {
 
 TEST(LiveEncoder, EndsOneThatHasClosedItsOutputAndStays) {
   LoggedLines log;
-  const auto encoder = Script("printf abc; exec sleep 1000 >&-", kShort);
+  const auto encoder = Script("printf abc; exec sleep 1000 >&-", kEnoughToBegin);
   EXPECT_EQ(ReadAll(*encoder).end, -1);
   EXPECT_TRUE(IsGone(encoder->Pid()));
   EXPECT_THAT(log.Take(), HasSubstr("does not end"));

@@ -6,7 +6,7 @@ export default defineConfig({
     target: "es2021",
     assetsInlineLimit: 0,
     modulePreload: { polyfill: false },
-    chunkSizeWarningLimit: 600, // hls.js, which is fetched by itself and only when a film needs it
+    chunkSizeWarningLimit: 1000, // dash.js and hls.js, each fetched by itself and only when a film needs it
   },
   server: {
     // `npm run dev` beside a running Kinora: KINORA=http://127.0.0.1:8080 npm run dev

@@ -30,6 +30,14 @@ export async function listTracks(api: WebApi, film: number, pin?: string): Promi
   return audio.map(({ id, title, language }) => ({ id, name: title, language }));
 }
 
+// Tracks without a name or a language, with those of the same track among `named`.
+export function withNames(tracks: readonly AudioTrack[], named: readonly AudioTrack[]): AudioTrack[] {
+  return tracks.map((track) => {
+    const same = named.find(({ id }) => id === track.id);
+    return { ...track, name: track.name || (same?.name ?? ""), language: track.language || (same?.language ?? "") };
+  });
+}
+
 export function nameTracks(tracks: readonly Omit<AudioTrack, "id">[]): TrackWords[] {
   const words = tracks.map(({ name, language }, index) => {
     const spoken = nameLanguage(language);

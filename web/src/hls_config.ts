@@ -1,32 +1,7 @@
 // How hls.js is to load a stream of ours.
-//
-// A fragment may have to be encoded first, so its first byte may take long. A server that is being started again, or
-// that has no encoder free (503), is asked patiently while the film plays on from what is loaded; what it refuses
-// (4xx) is not asked for twice, for the stream is gone then.
 import type { HlsConfig, LoadPolicy } from "hls.js";
-import { readAnswer, Refusal } from "./api.ts";
-import { willPass } from "./breakage.ts";
-
-const kPatient = 60; // attempts, the later ones 8 s apart
-const kImpatient = 2;
-
-// Whether to load anew what failed so often before. No status: it took too long, or what came is no fragment.
-export function mayRetry(status: number | undefined, late: boolean, failures: number): boolean {
-  if (late) return failures < kImpatient;
-  if (status === undefined) return false;
-  if (willPass(status)) return failures < kPatient;
-  return status >= 500 && failures < kImpatient;
-}
-
-// The code with which the server refused; nothing when the body holds none.
-export function refusalIn(body: string | ArrayBuffer): number | undefined {
-  try {
-    readAnswer(typeof body === "string" ? body : new TextDecoder().decode(body));
-  } catch (error) {
-    if (error instanceof Refusal) return error.code;
-  }
-  return undefined;
-}
+import { kPatient, mayRetry } from "./patience.ts";
+import { refusalIn } from "./stream.ts";
 
 // The server's last refusal. hls.js asks whether to try again without showing the body, but right after its request
 // told the listeners that came before.

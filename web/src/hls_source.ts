@@ -1,10 +1,10 @@
 // A stream in fragments through hls.js, which is fetched with this file, only when a film needs it.
 import Hls, { ErrorDetails, ErrorTypes, Events, type ErrorData } from "hls.js";
 import worker from "hls.js/dist/hls.worker.js?url";
-import type { Breakage } from "./breakage.ts";
-import { loadedUntil } from "./buffered.ts";
+import { DeferredBreak } from "./deferred_break.ts";
 import { configFor } from "./hls_config.ts";
 import type { Source, SourceEvents } from "./source.ts";
+import { ElementTimeline, type Timeline } from "./timeline.ts";
 
 // A decoder that fails again within so many milliseconds fails for good.
 const kResetAgain = 20_000;
@@ -12,8 +12,6 @@ const kResetAgain = 20_000;
 const kRetryRequest = 5;
 // hls.js passes over a fragment that holds no film. So many in a row mean that none does.
 const kMostEmpty = 2;
-const kNothing = 0.3; // seconds of film that are as good as none
-const kMoves = ["timeupdate", "seeking", "waiting"] as const;
 
 // The server names the playlist of a track by the track's id.
 export function trackOf(playlist: string): string {
@@ -23,18 +21,21 @@ export function trackOf(playlist: string): string {
 
 export class HlsSource implements Source {
   readonly switches = true;
+  readonly timeline: Timeline;
   private readonly hls: Hls;
   private fed = false; // the decoder has taken something
   private empty = 0; // fragments in a row that held no film
   private reset = -Infinity; // when the decoder was set up anew
-  private breakage: Breakage | undefined; // found, but what is loaded still plays
+  private readonly break: DeferredBreak;
 
   constructor(
-    private readonly video: HTMLVideoElement,
+    video: HTMLVideoElement,
     address: string,
     at: number,
     private readonly on: SourceEvents,
   ) {
+    this.timeline = new ElementTimeline(video);
+    this.break = new DeferredBreak(video, on.broke);
     this.hls = new Hls(configFor(at, worker, (status, code) => on.trouble(status, code)));
     this.hls.on(Events.ERROR, (_, data) => this.error(data));
     this.hls.on(Events.FRAG_LOADED, () => on.trouble(undefined));
@@ -42,7 +43,6 @@ export class HlsSource implements Source {
     for (const event of [Events.AUDIO_TRACKS_UPDATED, Events.AUDIO_TRACK_SWITCHED] as const) {
       this.hls.on(event, () => this.tellTracks());
     }
-    for (const event of kMoves) video.addEventListener(event, this.moved);
     this.hls.loadSource(address);
     this.hls.attachMedia(video);
   }
@@ -57,7 +57,7 @@ export class HlsSource implements Source {
   }
 
   stop(): void {
-    for (const event of kMoves) this.video.removeEventListener(event, this.moved);
+    this.break.stop();
     this.hls.destroy();
   }
 
@@ -98,18 +98,6 @@ export class HlsSource implements Source {
 
   private unloadable(status: number): void {
     this.hls.stopLoad();
-    this.breakage = { status, undecodable: false };
-    this.moved();
+    this.break.found({ status, undecodable: false });
   }
-
-  // The viewer sees what is loaded; only then the breakage matters.
-  private readonly moved = (): void => {
-    if (!this.breakage) return;
-    const { buffered, currentTime } = this.video;
-    const until = loadedUntil(buffered, currentTime) ?? currentTime;
-    if (until - currentTime > kNothing) return;
-    const { breakage } = this;
-    this.breakage = undefined;
-    this.on.broke(breakage);
-  };
 }

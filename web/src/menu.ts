@@ -1,11 +1,17 @@
-// A button with a short list from which one is taken: by mouse, finger or keys. On telephones the list lies at the
-// lower edge of the screen.
+// A button with a short list, of one group or several, from each of which one is taken: by mouse, finger or keys. On
+// telephones the list lies at the lower edge of the screen.
 import { h } from "./dom.ts";
 import { icon, type IconName } from "./icons.ts";
 
 export interface Choice {
   label: string;
   detail: string;
+}
+
+export interface Group {
+  title: string;
+  choices: readonly Choice[];
+  chosen: number;
 }
 
 export class Menu {
@@ -17,7 +23,7 @@ export class Menu {
 
   constructor(
     look: { icon: IconName; label: string; key: string },
-    private readonly onPick: (index: number) => void,
+    private readonly onPick: (index: number, group: number) => void,
     private readonly onMove: () => void, // it was opened or closed
   ) {
     this.list = h("div", { class: "choices", role: "menu", "aria-label": look.label, hidden: true });
@@ -42,12 +48,12 @@ export class Menu {
     return !this.list.hidden;
   }
 
-  // Fewer than two choices are none: the button goes away.
-  offer(choices: readonly Choice[], chosen: number): void {
+  // Fewer than two choices are none: the group goes away, and the button when there is no other one.
+  offer(...groups: readonly Group[]): void {
     const was = this.items.indexOf(document.activeElement as HTMLElement);
-    const title = h("p", { class: "choices-title", "aria-hidden": "true" }, this.button.getAttribute("aria-label") ?? "");
-    this.list.replaceChildren(title, ...choices.map((choice, index) => this.item(choice, index, index === chosen)));
-    this.element.hidden = choices.length < 2;
+    const parts = groups.map((group, place) => (group.choices.length < 2 ? false : this.group(group, place)));
+    this.list.replaceChildren(...parts.filter((part) => part !== false));
+    this.element.hidden = this.items.length === 0;
     if (this.element.hidden) this.close();
     else if (was >= 0) this.items[was]?.focus();
   }
@@ -85,11 +91,20 @@ export class Menu {
     return [...this.list.querySelectorAll<HTMLElement>('[role="menuitemradio"]')];
   }
 
-  private item({ label, detail }: Choice, index: number, checked: boolean): HTMLElement {
-    const pick = () => {
+  private group({ title, choices, chosen }: Group, place: number): HTMLElement {
+    const pick = (index: number) => {
       this.close();
-      if (!checked) this.onPick(index);
+      if (index !== chosen) this.onPick(index, place);
     };
+    return h(
+      "div",
+      { role: "group", "aria-label": title, class: "choices-group" },
+      h("p", { class: "choices-title", "aria-hidden": "true" }, title),
+      ...choices.map((choice, index) => this.item(choice, index === chosen, () => pick(index))),
+    );
+  }
+
+  private item({ label, detail }: Choice, checked: boolean, pick: () => void): HTMLElement {
     return h(
       "button",
       { type: "button", role: "menuitemradio", "aria-checked": String(checked), tabindex: -1, onclick: pick },

@@ -1,19 +1,25 @@
 // One film on one video element: opens its stream, takes it up again where it broke off, closes it in the end.
+import type { Abilities } from "./abilities.ts";
 import { kNotSignedIn, Refusal, Unreachable, type WebApi } from "./api.ts";
-import { listTracks, type AudioTrack } from "./audio_tracks.ts";
-import { remedyFor, willPass, type Breakage } from "./breakage.ts";
-import { kOriginal, wayFor, type Quality } from "./quality.ts";
+import { listTracks, withNames, type AudioTrack } from "./audio_tracks.ts";
+import { remedyFor, troubleOf, type Breakage, type Trouble } from "./breakage.ts";
+import type { Film } from "./catalog.ts";
+import { choiceInstead, conversionFor, kAutomatic, playsIn, wayFor, type Choice } from "./delivery.ts";
 import { Recovery, type Break } from "./recovery.ts";
 import { sourceFor, type Source } from "./source.ts";
-import { closeStream, openStream, type Stream } from "./stream.ts";
+import { closeStream, openStream, type Stream, type Way } from "./stream.ts";
 
 export type Failure =
   | { why: "open"; error: unknown } // the server refused to start it, or did not answer
   | { why: "lost"; begun: boolean } // it broke off, or never began, and could not be taken up again
   | { why: "format" }; // the browser can't play what the server sends
 
-// Why loading stands still: the server does not answer, has no encoder free, or no space.
-export type Trouble = "server" | "encoders" | "disk";
+// What is to be played, and for whom.
+export interface Showing {
+  id: number;
+  film: () => Film | undefined; // as far as it is known by now
+  can: Abilities;
+}
 
 export interface PlaybackEvents {
   // The PIN for a locked film; undefined when the viewer gave up. Called on codes 1400 and 1401.
@@ -23,16 +29,16 @@ export interface PlaybackEvents {
   blocked: () => void; // the browser wants a click before it plays
   trouble: (trouble: Trouble | undefined) => void; // undefined: it goes on
   converting: () => void; // the browser can't play the film as it is
-  refused: (quality: Quality) => void; // the film goes on as it is
+  refused: (refused: Choice, instead: Choice, failure: Failure) => void; // the film goes on in another way
+  ended: () => void;
   unheard: () => void; // the chosen track can't be had; the film goes on with its first one
   tracks: (tracks: readonly AudioTrack[], chosen: number) => void;
   failed: (failure: Failure) => void;
 }
 
-const kDiskFull = 1203;
 const kPinMissing = 1400;
 const kPinWrong = 1401;
-// Refusals that another quality would meet with, too.
+// Refusals that another choice would meet with, too.
 const kOfTheFilm = new Set([kNotSignedIn, 101, 105, 128, 1101, kPinMissing, kPinWrong]);
 
 function refusedFor(error: unknown, code: number): boolean {
@@ -43,22 +49,24 @@ export class Playback {
   private stream: Stream | undefined;
   private source: Source | undefined;
   private tracks: readonly AudioTrack[] = [];
+  private names: Promise<readonly AudioTrack[]> | undefined; // as the library has them
   private track: AudioTrack | undefined; // the viewer's choice
   private position = 0;
   private wanted = true; // to run, not to stand still
   private had_picture = false;
   private begun = false; // some stream of it had a picture
   private converted = false; // the browser can't play the film as it is
+  private played: Choice | undefined; // how it was last seen or heard
   private pin: string | undefined;
   private generation = 0; // tells answers to an earlier opening from the present one's
-  private pause: ReturnType<typeof setTimeout> | undefined;
+  private mending: ReturnType<typeof setTimeout> | undefined;
   private readonly recovery = new Recovery();
 
   constructor(
     private readonly api: WebApi,
     private readonly video: HTMLVideoElement,
-    private readonly film: number,
-    private quality: Quality,
+    private readonly showing: Showing,
+    private choice: Choice,
     private readonly on: PlaybackEvents,
   ) {
     video.addEventListener("loadedmetadata", () => this.begin());
@@ -66,6 +74,7 @@ export class Playback {
     video.addEventListener("seeking", () => this.sought());
     video.addEventListener("play", () => this.willed(true));
     video.addEventListener("pause", () => this.willed(false));
+    video.addEventListener("ended", () => this.ended());
     video.addEventListener("error", () => this.source?.failed());
   }
 
@@ -74,7 +83,22 @@ export class Playback {
     return this.position;
   }
 
-  // "raw", "hls" or "hls_remux"; nothing while no stream is open.
+  // Of the film in seconds; NaN as long as it is unknown.
+  get duration(): number {
+    return this.source?.timeline.duration ?? NaN;
+  }
+
+  // Up to which second the film is there from the present one on.
+  get loadedUntil(): number | undefined {
+    return this.source?.timeline.loadedUntil(this.position);
+  }
+
+  // Not while it is only being fetched anew.
+  get paused(): boolean {
+    return this.video.readyState === 0 ? !this.wanted : this.video.paused;
+  }
+
+  // As the server calls it; nothing while no stream is open.
   get format(): string | undefined {
     return this.stream?.format;
   }
@@ -93,7 +117,8 @@ export class Playback {
       }
       this.stream = stream;
       this.had_picture = false;
-      await this.feed(stream, own);
+      if (this.leftOpen() && this.plays(stream) === false) this.convert();
+      else await this.feed(stream, own);
     } catch (error) {
       if (own === this.generation) this.unopened(error);
     }
@@ -105,9 +130,9 @@ export class Playback {
     void this.open(this.position, this.wanted);
   }
 
-  // Goes on at the same position in another quality.
-  changeQuality(quality: Quality): void {
-    this.quality = quality;
+  // Goes on at the same position in another way.
+  change(choice: Choice): void {
+    this.choice = choice;
     this.recovery.forget();
     void this.open(this.position, this.wanted);
   }
@@ -125,7 +150,7 @@ export class Playback {
   // The film is left, or the whole page is: works while the page goes away.
   close(): void {
     this.generation += 1;
-    clearTimeout(this.pause);
+    clearTimeout(this.mending);
     this.source?.stop();
     this.source = undefined;
     if (this.stream) closeStream(this.api, this.stream);
@@ -138,16 +163,43 @@ export class Playback {
   }
 
   run(): void {
+    this.wanted = true;
+    if (this.video.ended) this.seek(0);
     this.video.play().catch((error: unknown) => {
       if (error instanceof DOMException && error.name === "NotAllowedError") this.on.blocked();
     });
+  }
+
+  pause(): void {
+    this.wanted = false;
+    this.video.pause();
+  }
+
+  seek(to: number): void {
+    this.position = to;
+    this.source?.timeline.seek(to);
+    if (this.video.readyState === 0) this.on.busy();
+  }
+
+  // The server chose the format, and the browser has some other one that it plays.
+  private leftOpen(): boolean {
+    return this.choice.delivery === kAutomatic && this.stream?.format !== conversionFor(this.showing.can);
+  }
+
+  private plays({ format }: Stream): boolean | undefined {
+    return playsIn(format, this.showing.film(), this.showing.can);
+  }
+
+  private get way(): Way {
+    const { showing, converted, track } = this;
+    return wayFor(this.choice, { film: showing.film(), converted, track: track !== undefined }, showing.can);
   }
 
   private async openUnlocked(): Promise<Stream> {
     for (;;) {
       try {
         const wishes = { audio_track: this.track?.id || undefined, pin: this.pin };
-        return await openStream(this.api, this.film, wayFor(this.quality, this.converted), wishes);
+        return await openStream(this.api, this.showing.id, this.way, wishes);
       } catch (error) {
         const wrong = refusedFor(error, kPinWrong);
         if (!wrong && !refusedFor(error, kPinMissing)) throw error;
@@ -163,9 +215,10 @@ export class Playback {
       throw new Unreachable("the player's program was not sent");
     });
     if (own !== this.generation) return;
-    this.source = start(this.video, this.position, {
+    const length = () => this.showing.film()?.duration || NaN;
+    this.source = start(this.video, this.position, length, {
       broke: (breakage) => own === this.generation && this.broke(stream, breakage),
-      trouble: (status, code) => this.troubled(status, code),
+      trouble: (status, code) => this.on.trouble(status === undefined ? undefined : troubleOf(status, code)),
       tracks: (tracks, chosen) => this.heard(tracks, chosen),
     });
   }
@@ -174,9 +227,8 @@ export class Playback {
     const other_way = error instanceof Refusal && !kOfTheFilm.has(error.code);
     if (error instanceof Unreachable) {
       this.mend("server", { why: "open", error });
-    } else if (other_way && this.quality !== kOriginal) {
-      this.on.refused(this.quality);
-      this.changeQuality(kOriginal);
+    } else if (other_way && this.changeBack({ why: "open", error })) {
+      return;
     } else if (other_way && this.track) {
       this.on.unheard();
       this.track = undefined;
@@ -186,24 +238,35 @@ export class Playback {
     }
   }
 
+  // Lets go of a choice that can't be had. false: there is nothing to go back to.
+  private changeBack(failure: Failure): boolean {
+    const instead = choiceInstead(this.choice, this.played);
+    if (!instead) return false;
+    this.played = undefined; // if that fails, too, it is not tried again
+    this.on.refused(this.choice, instead, failure);
+    this.change(instead);
+    return true;
+  }
+
   private begin(): void {
-    const { video } = this;
+    const own = this.generation;
     this.had_picture = true;
     this.begun = true;
-    const last = Number.isFinite(video.duration) ? Math.max(0, video.duration - 1) : this.position;
-    if (this.position > 0) video.currentTime = Math.min(this.position, last);
+    this.source?.timeline.begin(this.position);
     this.recovery.resumed(this.position);
     this.on.trouble(undefined);
     this.on.ready();
+    if (own !== this.generation) return;
     if (this.wanted) this.run();
-    if (this.source && !this.source.switches) void this.lookForTracks(this.generation);
+    if (!this.source?.switches) void this.lookForTracks(own);
   }
 
   private async lookForTracks(own: number): Promise<void> {
     try {
-      const tracks = await listTracks(this.api, this.film, this.pin);
+      const tracks = await listTracks(this.api, this.showing.id, this.pin);
+      if (own !== this.generation) return;
       const chosen = tracks.findIndex(({ id }) => id === this.track?.id);
-      if (own === this.generation) this.heard(tracks, Math.max(0, chosen));
+      this.heard(tracks, Math.max(0, chosen));
     } catch {
       // It plays without a choice.
     }
@@ -211,7 +274,8 @@ export class Playback {
 
   // A film that breaks off or is taken away stops, too, but nobody wanted that.
   private willed(running: boolean): void {
-    if (this.stream && !this.video.error && this.video.readyState > 0) this.wanted = running;
+    const { video } = this;
+    if (this.stream && !video.error && !video.ended && video.readyState > 0) this.wanted = running;
   }
 
   private sought(): void {
@@ -219,7 +283,9 @@ export class Playback {
   }
 
   private moved(): void {
-    if (!this.stream || !this.had_picture || this.video.seeking || this.video.error) return;
+    const { video } = this;
+    if (!this.stream || !this.had_picture || video.seeking || video.error || video.readyState === 0) return;
+    if (video.readyState > HTMLMediaElement.HAVE_METADATA) this.played = this.choice;
     this.position = this.video.currentTime;
     this.recovery.reached(this.position);
   }
@@ -227,19 +293,31 @@ export class Playback {
   private heard(tracks: readonly AudioTrack[], chosen: number): void {
     this.tracks = tracks;
     this.on.tracks(tracks, chosen);
+    if (this.source?.switches && tracks.length > 1 && tracks.some(({ name }) => name === "")) void this.name(tracks, chosen);
   }
 
-  private troubled(status: number | undefined, code?: number): void {
-    if (status === undefined) this.on.trouble(undefined);
-    else if (status === 503) this.on.trouble(code === kDiskFull ? "disk" : "encoders");
-    else if (willPass(status)) this.on.trouble("server");
+  // Not every kind of stream has a place for the names that the film's tracks bear.
+  private async name(tracks: readonly AudioTrack[], chosen: number): Promise<void> {
+    this.names ??= listTracks(this.api, this.showing.id, this.pin);
+    const names = await this.names.catch(() => []);
+    if (this.tracks !== tracks) return;
+    this.tracks = withNames(tracks, names);
+    this.on.tracks(this.tracks, chosen);
   }
 
-  private broke(stream: Stream, breakage: Breakage): void {
-    const remedy = remedyFor(breakage, { format: stream.format, played: this.had_picture });
+  private ended(): void {
+    if (!this.source?.timeline.ended()) return;
+    this.wanted = false;
+    this.on.ended();
+  }
+
+  private broke({ format }: Stream, breakage: Breakage): void {
+    const conversion = conversionFor(this.showing.can);
+    const remedy = remedyFor(breakage, { format, conversion, played: this.had_picture });
     this.on.busy();
     const lost: Failure = { why: "lost", begun: this.begun };
-    if (remedy === "wait") this.mend("server", lost);
+    if (remedy === "wait") this.mend("server", lost, troubleOf(breakage.status, breakage.code));
+    else if (remedy !== "reopen" && this.choice.delivery !== kAutomatic && this.changeBack({ why: "format" })) return;
     else if (remedy === "reopen") this.mend("stream", lost);
     else if (remedy === "convert") this.convert();
     else this.on.failed({ why: "format" });
@@ -247,22 +325,24 @@ export class Playback {
 
   // For pictures that the browser leaves out, although it plays the rest. false: they were converted already.
   convert(): boolean {
-    if (this.stream?.format === "hls") return false;
+    if (this.choice.delivery !== kAutomatic) return this.changeBack({ why: "format" });
+    if (this.stream?.format === conversionFor(this.showing.can)) return false;
     this.converted = true;
     this.on.converting();
     void this.open(this.position, this.wanted);
     return true;
   }
 
-  private mend(kind: Break, otherwise: Failure): void {
+  private mend(kind: Break, otherwise: Failure, trouble: Trouble | undefined = "server"): void {
     const pause = this.recovery.next(kind);
     if (pause === undefined) {
-      this.on.failed(otherwise);
+      const never = this.choice.delivery !== kAutomatic && this.played !== this.choice;
+      if (!never || !this.changeBack(otherwise)) this.on.failed(otherwise);
       return;
     }
     this.on.busy();
-    if (kind === "server") this.on.trouble("server");
-    clearTimeout(this.pause);
-    this.pause = setTimeout(() => void this.open(this.position, this.wanted), pause);
+    if (kind === "server") this.on.trouble(trouble);
+    clearTimeout(this.mending);
+    this.mending = setTimeout(() => void this.open(this.position, this.wanted), pause);
   }
 }

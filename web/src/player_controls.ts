@@ -1,14 +1,19 @@
 // The player's buttons and its time line; they show what the video element does and ask the player to act.
 import { nameTracks, type AudioTrack } from "./audio_tracks.ts";
+import { kAutomatic, type Choice, type Delivery } from "./delivery.ts";
 import { h } from "./dom.ts";
 import { formatTime } from "./format.ts";
 import { changeIcon, icon, type IconName } from "./icons.ts";
 import { Menu } from "./menu.ts";
 import type { PlayerAction } from "./player_keys.ts";
-import { kQualities, type Quality } from "./quality.ts";
-import { SeekBar } from "./seek_bar.ts";
+import { kOriginal, kQualities, type Quality } from "./quality.ts";
+import { SeekBar, type Progress } from "./seek_bar.ts";
 
 const kSmallStep = 10;
+
+export interface Run extends Progress {
+  readonly paused: boolean;
+}
 
 export class PlayerControls {
   private readonly play = this.button("play", "Play", { name: "toggle" }, "k");
@@ -31,7 +36,10 @@ export class PlayerControls {
   );
   private readonly quality = new Menu(
     { icon: "quality", label: "Quality", key: "q" },
-    (index) => this.on.quality(kQualities[index] as Quality),
+    (index, group) => {
+      if (group === 0) this.on.quality(kQualities[index] as Quality);
+      else this.on.delivery(this.deliveries[index] as Delivery);
+    },
     () => this.on.menu(),
   );
   private readonly seek: SeekBar;
@@ -39,12 +47,15 @@ export class PlayerControls {
 
   constructor(
     private readonly video: HTMLVideoElement,
+    private readonly run: Run,
+    private readonly deliveries: readonly Delivery[],
     private readonly on: {
       act: (action: PlayerAction) => void;
       seek: (seconds: number) => void;
       volume: (volume: number) => void;
       track: (index: number) => void;
       quality: (quality: Quality) => void;
+      delivery: (delivery: Delivery) => void;
       menu: () => void; // one was opened or closed
     },
   ) {
@@ -68,10 +79,10 @@ export class PlayerControls {
         this.full,
       ),
     );
-    for (const event of ["timeupdate", "progress", "durationchange", "seeking", "seeked", "emptied"]) {
+    for (const event of ["timeupdate", "progress", "durationchange", "seeking", "seeked", "emptied", "loadedmetadata"]) {
       video.addEventListener(event, () => this.showPosition());
     }
-    for (const event of ["play", "pause", "ended", "emptied", "volumechange"]) {
+    for (const event of ["play", "pause", "ended", "emptied", "loadedmetadata", "volumechange"]) {
       video.addEventListener(event, () => this.showState());
     }
     this.showPosition();
@@ -95,32 +106,37 @@ export class PlayerControls {
   }
 
   showTracks(tracks: readonly AudioTrack[], chosen: number): void {
-    this.sound.offer(nameTracks(tracks), chosen);
+    this.sound.offer({ title: "Sound", choices: nameTracks(tracks), chosen });
   }
 
-  // `original`: how the film comes when nothing else is chosen.
-  showQuality(quality: Quality, original: string): void {
-    const choices = kQualities.map(({ label, detail }, index) => ({ label, detail: index === 0 ? original : detail }));
-    this.quality.offer(choices, kQualities.indexOf(quality));
+  // `original`: how the film comes when nothing else is chosen; `automatic`: what those call it who know.
+  showChoice({ quality, delivery }: Choice, original: string, automatic: string): void {
+    const filled = <Kind extends { label: string; detail: string }>(all: readonly Kind[], first: Kind, detail: string) =>
+      all.map((one) => ({ label: one.label, detail: one === first ? detail : one.detail }));
+    this.quality.offer(
+      { title: "Quality", choices: filled(kQualities, kOriginal, original), chosen: kQualities.indexOf(quality) },
+      { title: "Play as", choices: filled(this.deliveries, kAutomatic, automatic), chosen: this.deliveries.indexOf(delivery) },
+    );
   }
 
   showFullscreen(is_full: boolean): void {
     this.label(this.full, is_full ? "shrink" : "expand", is_full ? "Leave full screen" : "Full screen", "f");
   }
 
-  private showPosition(): void {
-    this.seek.show(this.video);
-    this.showTime(this.video.currentTime);
+  showPosition(): void {
+    this.seek.show(this.run);
+    this.showTime(this.run.at);
   }
 
   private showTime(seconds: number): void {
-    const { duration } = this.video;
+    const { duration } = this.run;
     const words = Number.isFinite(duration) ? `${formatTime(seconds)} / ${formatTime(duration)}` : formatTime(seconds);
     if (this.time.textContent !== words) this.time.textContent = words;
   }
 
   private showState(): void {
-    const { paused, muted, volume } = this.video;
+    const { paused } = this.run;
+    const { muted, volume } = this.video;
     this.label(this.play, paused ? "play" : "pause", paused ? "Play" : "Pause", "k");
     const silent = muted || volume === 0;
     this.label(this.mute, silent ? "mute" : "loud", silent ? "Sound on" : "Mute", "m");

@@ -1,7 +1,9 @@
 // The player: the film over the whole page, with controls that step back while it runs.
+import { abilitiesOf } from "./abilities.ts";
 import type { WebApi } from "./api.ts";
 import { findFilm, pictureAddress, placeOf, type Film } from "./catalog.ts";
 import { Chrome } from "./chrome.ts";
+import { deliveriesFor, kAutomatic, withDelivery, withQuality, type Choice } from "./delivery.ts";
 import { askPin, dialogIsOpen, showHelp, type KeyTable } from "./dialogs.ts";
 import { h, takesText } from "./dom.ts";
 import { formatTime } from "./format.ts";
@@ -12,12 +14,12 @@ import { Playback, type Failure } from "./playback.ts";
 import { PlayerControls } from "./player_controls.ts";
 import { playerAction, type PlayerAction } from "./player_keys.ts";
 import type { PositionStore } from "./positions.ts";
-import { kOriginal, lastQuality, saveQuality, type Quality } from "./quality.ts";
+import { lastQuality, saveQuality, type Quality } from "./quality.ts";
 import { SoundPicture } from "./sound_picture.ts";
 import { watchSurface, type SurfaceEvent } from "./surface.ts";
 import { restoreLoudness, saveLoudness } from "./volume.ts";
 import { Waiting } from "./waiting.ts";
-import { nameFormat, wordsForLosing, wordsForOpening, wordsForOriginal, wordsForPlaying } from "./words.ts";
+import { nameDelivery, nameFormat, wordsForLosing, wordsForOpening, wordsForOriginal, wordsForPlaying, wordsForRefusing } from "./words.ts";
 
 const kKeys: KeyTable = [
   [["Space", "k"], "play or pause"],
@@ -28,7 +30,7 @@ const kKeys: KeyTable = [
   [["m"], "sound off or on"],
   [["f"], "full screen"],
   [["a"], "choose the sound"],
-  [["q"], "choose the quality"],
+  [["q"], "choose the quality, and how the film is sent"],
   [["Esc"], "leave full screen, then the film"],
   [["?"], "this help"],
 ];
@@ -55,7 +57,7 @@ export class PlayerView {
   private readonly problem = h("div", { class: "player-problem", hidden: true });
   private readonly waiting = new Waiting();
   private readonly sound_picture: SoundPicture;
-  private quality = lastQuality();
+  private choice: Choice = { delivery: kAutomatic, quality: lastQuality() };
   private readonly start_button = h(
     "button",
     { type: "button", class: "big-play", "aria-label": "Play", hidden: true, onclick: () => this.act({ name: "toggle" }) },
@@ -69,27 +71,30 @@ export class PlayerView {
     const { api, id } = context;
     this.video = h("video", { playsinline: true, preload: "auto", poster: pictureAddress(id, 640) });
     this.sound_picture = new SoundPicture(this.video, pictureAddress(id, 640));
-    this.playback = new Playback(api, this.video, id, this.quality, {
+    const can = abilitiesOf(this.video);
+    this.playback = new Playback(api, this.video, { id, film: () => this.film, can }, this.choice, {
       pin: (wrong) => askPin(wrong, this.element),
       busy: () => this.busy(),
       ready: () => this.ready(),
       blocked: () => this.showStart(true),
       trouble: (trouble) => this.waiting.explain(trouble),
       converting: () => this.notices.show("Kinora converts this film for your browser while you watch."),
-      refused: (quality) => this.refused(quality),
+      refused: (refused, instead, failure) => this.refused(refused, instead, failure),
+      ended: () => this.showStart(true),
       unheard: () => this.notices.show("This sound can’t be sent to your browser. The film goes on with its first one."),
       tracks: (tracks, chosen) => this.controls.showTracks(tracks, chosen),
       failed: (failure) => this.failed(failure),
     });
-    this.controls = new PlayerControls(this.video, {
+    this.controls = new PlayerControls(this.video, this.playback, deliveriesFor(can), {
       act: (action) => this.act(action),
       seek: (seconds) => this.seek(seconds),
       volume: (volume) => Object.assign(this.video, { volume, muted: false }),
       track: (index) => this.playback.chooseTrack(index),
       quality: (quality) => this.changeQuality(quality),
+      delivery: (delivery) => this.change(withDelivery(this.choice, delivery)),
       menu: () => this.chrome.wake(),
     });
-    this.showQuality();
+    this.showChoice();
     this.element = this.build();
     this.chrome = new Chrome(this.element, () => this.staysInView());
     this.watchVideo();
@@ -164,7 +169,6 @@ export class PlayerView {
       this.save();
       this.chrome.wake();
     });
-    listen(["ended"], () => this.showStart(true));
     listen(["timeupdate"], () => {
       if (Date.now() - this.saved > kSaveEvery) this.save();
     });
@@ -175,6 +179,7 @@ export class PlayerView {
     this.film = film;
     this.title.textContent = film?.title ?? "";
     this.place.textContent = film ? placeOf(film) : "";
+    this.controls.showPosition();
     document.title = film ? `${film.title} – Kinora` : "Kinora";
   }
 
@@ -199,7 +204,7 @@ export class PlayerView {
   private ready(): void {
     // A moment of black is less of a jolt than the film's picture between two pictures of it.
     this.video.removeAttribute("poster");
-    this.showQuality();
+    this.showChoice();
     const seen = this.video.videoWidth > 0;
     if (!seen && this.film?.video_codec && this.playback.convert()) return;
     this.sound_picture.show(!seen);
@@ -208,21 +213,26 @@ export class PlayerView {
   }
 
   private changeQuality(quality: Quality): void {
-    this.quality = quality;
     saveQuality(quality);
-    this.showQuality();
-    this.playback.changeQuality(quality);
+    this.change(withQuality(this.choice, quality));
   }
 
-  private refused(quality: Quality): void {
-    this.quality = kOriginal;
-    saveQuality(kOriginal);
-    this.showQuality();
-    this.notices.show(`The server does not offer this film in “${quality.label}”. It plays as it is.`);
+  private change(choice: Choice): void {
+    this.choice = choice;
+    this.showChoice();
+    this.playback.change(choice);
   }
 
-  private showQuality(): void {
-    this.controls.showQuality(this.quality, wordsForOriginal(this.quality === kOriginal ? this.playback.format : undefined));
+  private refused(refused: Choice, instead: Choice, failure: Failure): void {
+    if (refused.delivery === kAutomatic) saveQuality(instead.quality);
+    this.choice = instead;
+    this.showChoice();
+    this.notices.show(wordsForRefusing(refused, failure));
+  }
+
+  private showChoice(): void {
+    const { format } = this.playback;
+    this.controls.showChoice(this.choice, wordsForOriginal(this.choice, format), nameDelivery(this.choice, format));
   }
 
   private showStart(shown: boolean): void {
@@ -251,25 +261,24 @@ export class PlayerView {
 
   private save(): void {
     this.saved = Date.now();
-    // Before the first picture nothing is known that is worth keeping.
-    if (this.video.readyState === 0 || !Number.isFinite(this.video.duration)) return;
-    this.context.positions.save(this.context.id, this.playback.at, this.video.duration);
+    const { at, duration } = this.playback;
+    if (Number.isFinite(duration)) this.context.positions.save(this.context.id, at, duration);
   }
 
   private seek(seconds: number): void {
-    if (!Number.isFinite(this.video.duration)) return;
-    this.video.currentTime = Math.min(Math.max(0, seconds), this.video.duration);
+    const { duration } = this.playback;
+    if (Number.isFinite(duration)) this.playback.seek(Math.min(Math.max(0, seconds), duration));
   }
 
   private act(action: PlayerAction): void {
-    const { video } = this;
+    const { video, playback } = this;
     this.chrome.wake();
     if (action.name === "toggle") {
       this.showStart(false);
-      if (video.paused) this.playback.run();
-      else video.pause();
-    } else if (action.name === "skip") this.seek(video.currentTime + action.seconds);
-    else if (action.name === "jump") this.seek(video.duration * action.share);
+      if (playback.paused) playback.run();
+      else playback.pause();
+    } else if (action.name === "skip") this.seek(playback.at + action.seconds);
+    else if (action.name === "jump") this.seek(playback.duration * action.share);
     else if (action.name === "mute") video.muted = !video.muted;
     else if (action.name === "louder") this.louder(action.by);
     else if (action.name === "fullscreen") this.fullscreen();

@@ -1,6 +1,4 @@
 // The qualities that a viewer may choose, and which one this browser took last.
-import type { Way } from "./stream.ts";
-
 export interface Quality {
   name: string; // as it is stored; the server's profile, but for the original
   label: string;
@@ -15,12 +13,6 @@ export const kQualities: readonly Quality[] = [
   { name: "sd_high", label: "Standard", detail: "up to 576p" },
   { name: "low", label: "Low", detail: "up to 360p" },
 ];
-
-// `converted`: the browser has shown that it can't play the film as it is.
-export function wayFor(quality: Quality, converted: boolean): Way {
-  if (quality !== kOriginal) return { format: "hls", profile: quality.name };
-  return { format: converted ? "hls" : "auto" };
-}
 
 const kKey = "kinora.quality";
 

@@ -1,10 +1,16 @@
 // The film's time line. While it is dragged it shows where the film would go; letting go goes there, so that a
 // drag costs one jump and not fifty.
-import { loadedUntil } from "./buffered.ts";
 import { h } from "./dom.ts";
 import { formatTime, speakTime } from "./format.ts";
 
 const kSteps = 10_000;
+
+// Where a film is, in seconds into it. The duration is NaN as long as it is unknown.
+export interface Progress {
+  readonly at: number;
+  readonly duration: number;
+  readonly loadedUntil: number | undefined;
+}
 
 export class SeekBar {
   private dragging = false;
@@ -37,12 +43,12 @@ export class SeekBar {
     private readonly onPreview: (seconds: number) => void,
   ) {}
 
-  show(video: HTMLVideoElement): void {
-    this.duration = Number.isFinite(video.duration) ? video.duration : 0;
+  show({ at, duration, loadedUntil }: Progress): void {
+    this.duration = Number.isFinite(duration) ? duration : 0;
     this.range.disabled = this.duration === 0;
-    const until = loadedUntil(video.buffered, video.currentTime) ?? 0;
+    const until = loadedUntil ?? 0;
     this.paint("--loaded", until / (this.duration || until || 1));
-    if (!this.dragging) this.place(this.duration > 0 ? video.currentTime / this.duration : 0);
+    if (!this.dragging) this.place(this.duration > 0 ? at / this.duration : 0);
   }
 
   private place(share: number): void {

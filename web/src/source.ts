@@ -1,7 +1,9 @@
-// What feeds the video element: the browser itself, from an address, or hls.js.
+// What feeds the video element: the browser itself, from an address, or a player of fragments.
 import type { AudioTrack } from "./audio_tracks.ts";
 import type { Breakage } from "./breakage.ts";
-import { askForStream, comesInFragments, mediaAddress, type Stream } from "./stream.ts";
+import { askForStream, comesAsHls, mediaAddress, type Stream } from "./stream.ts";
+import { ElementTimeline, type Timeline } from "./timeline.ts";
+import { WebmSource } from "./webm_source.ts";
 
 export interface SourceEvents {
   broke: (breakage: Breakage) => void;
@@ -11,6 +13,7 @@ export interface SourceEvents {
 }
 
 export interface Source {
+  readonly timeline: Timeline;
   // The video element has reported an error.
   failed(): void;
   // Tells its audio tracks and changes between them; else the stream has to be opened anew for another one.
@@ -24,6 +27,7 @@ export interface Source {
 // The browser loads by itself: films as they are, and streams in fragments where it has no other way.
 class AddressSource implements Source {
   readonly switches = false;
+  readonly timeline: Timeline;
   private stopped = false;
 
   constructor(
@@ -31,13 +35,14 @@ class AddressSource implements Source {
     private readonly stream: Stream,
     private readonly on: SourceEvents,
   ) {
+    this.timeline = new ElementTimeline(video);
     video.src = mediaAddress(stream);
   }
 
   async failed(): Promise<void> {
     const undecodable = this.video.error?.code === MediaError.MEDIA_ERR_DECODE;
-    const status = await askForStream(this.stream);
-    if (!this.stopped) this.on.broke({ status, undecodable });
+    const answer = await askForStream(this.stream);
+    if (!this.stopped) this.on.broke({ ...answer, undecodable });
   }
 
   choose(): void {
@@ -55,14 +60,21 @@ function takesFragments(): boolean {
   return "MediaSource" in globalThis || "ManagedMediaSource" in globalThis;
 }
 
-// `at`: seconds into the film.
-export type StartSource = (video: HTMLVideoElement, at: number, on: SourceEvents) => Source;
+// `at`: seconds into the film. `length`: of the film, as the library knows it; NaN where it does not.
+export type StartSource = (video: HTMLVideoElement, at: number, length: () => number, on: SourceEvents) => Source;
 
 // Rejects when the program that plays fragments could not be fetched.
 export async function sourceFor(stream: Stream): Promise<StartSource> {
-  if (comesInFragments(stream) && takesFragments()) {
-    const { HlsSource } = await import("./hls_source.ts");
-    return (video, at, on) => new HlsSource(video, mediaAddress(stream), at, on);
+  if (stream.format === "webm_remux") {
+    return (video, at, length, on) => new WebmSource(video, stream, at, length, on);
   }
-  return (video, _, on) => new AddressSource(video, stream, on);
+  if (stream.format === "ss") {
+    const { SmoothSource } = await import("./smooth_source.ts");
+    return (video, at, _, on) => new SmoothSource(video, mediaAddress(stream), at, on);
+  }
+  if (comesAsHls(stream) && takesFragments()) {
+    const { HlsSource } = await import("./hls_source.ts");
+    return (video, at, _, on) => new HlsSource(video, mediaAddress(stream), at, on);
+  }
+  return (video, _at, _length, on) => new AddressSource(video, stream, on);
 }

@@ -1,14 +1,14 @@
 // Streams as the server opens them.
-import { addressOf, type WebApi } from "./api.ts";
+import { addressOf, kAddress, readAnswer, Refusal, type WebApi } from "./api.ts";
 
 export interface Stream {
   stream_id: string;
   format: string;
 }
 
-// How a film is to be sent: the cheapest way that plays ("auto"), or converted ("hls"), to a profile if one is named.
+// How a film is to be sent: in the cheapest way that plays ("auto") or in one format; to a profile if one is named.
 export interface Way {
-  format: "auto" | "hls";
+  format: string;
   profile?: string;
 }
 
@@ -27,29 +27,59 @@ export function closeStream(api: WebApi, stream: Stream): void {
   api.postAndForget("Stream", "close", { id: stream.stream_id, format: stream.format });
 }
 
-// Of the file, or of the manifest where the film comes in fragments.
-export function mediaAddress(stream: Stream): string {
-  return addressOf("Stream", "stream", { id: stream.stream_id, format: stream.format });
+// Of the file, or of the manifest where the film comes in fragments. `seek`: whole seconds into the film, for streams
+// that are made from there on.
+export function mediaAddress(stream: Stream, seek?: number): string {
+  if (stream.format === "ss") return manifestAddress(stream);
+  return addressOf("Stream", "stream", { id: stream.stream_id, format: stream.format, seek });
 }
 
-export function comesInFragments(stream: Stream): boolean {
+// Players of Smooth Streaming put the addresses of fragments together from the manifest's path. "-": who asks is said
+// by the cookie.
+function manifestAddress(stream: Stream): string {
+  return `${kAddress}/ss/-/${encodeURIComponent(stream.stream_id)}/Manifest`;
+}
+
+export function comesAsHls(stream: Stream): boolean {
   return stream.format === "hls" || stream.format === "hls_remux";
 }
 
-// The HTTP status with which the server would answer for this stream now; 0 when it does not answer. Asks for a
-// single byte.
-export async function askForStream(stream: Stream): Promise<number> {
-  const own = new AbortController();
+export interface StreamAnswer {
+  status: number; // of HTTP; 0: there was none
+  code?: number; // with which the server refuses
+}
+
+// The code with which the server refused; nothing when the body holds none.
+export function refusalIn(body: string | ArrayBuffer): number | undefined {
   try {
-    const answer = await fetch(mediaAddress(stream), {
-      headers: { Range: "bytes=0-0" },
-      cache: "no-store",
-      signal: own.signal,
-    });
-    return answer.status;
+    readAnswer(typeof body === "string" ? body : new TextDecoder().decode(body));
+  } catch (error) {
+    if (error instanceof Refusal) return error.code;
+  }
+  return undefined;
+}
+
+// How the server would answer for this stream now. Asks for a single byte, or for none where that costs an encoder.
+export async function askForStream(stream: Stream, seek?: number): Promise<StreamAnswer> {
+  const own = new AbortController();
+  const little = seek === undefined ? { headers: { Range: "bytes=0-0" } } : { method: "HEAD" };
+  try {
+    const answer = await fetch(mediaAddress(stream, seek), { ...little, cache: "no-store", signal: own.signal });
+    if (answer.status < 400) return { status: answer.status };
+    const code = refusalIn(await answer.text());
+    return { status: answer.status, ...(code !== undefined && { code }) };
   } catch {
-    return 0;
+    return { status: 0 };
   } finally {
     own.abort();
+  }
+}
+
+// The HTTP status of any answer of the server; 0 when there is none.
+export async function askForServer(): Promise<number> {
+  try {
+    return (await fetch(addressOf("Session", "whoami"), { cache: "no-store" })).status;
+  } catch {
+    return 0;
   }
 }

@@ -1,6 +1,6 @@
 // The wheel that turns while the film does not go on, with a word where the viewer can do with one.
+import type { Trouble } from "./breakage.ts";
 import { h } from "./dom.ts";
-import type { Trouble } from "./playback.ts";
 
 // A short wait is no wait.
 const kShownAfter = 250;

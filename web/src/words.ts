@@ -1,6 +1,9 @@
 // What the page says when something fails. The server's own messages are for its log.
 import { kTooManyAttempts, kWrongPassword, Refusal, Unreachable } from "./api.ts";
 import type { Film } from "./catalog.ts";
+import { kAutomatic, kDeliveries, type Choice } from "./delivery.ts";
+import type { Failure } from "./playback.ts";
+import { kOriginal } from "./quality.ts";
 
 export interface Words {
   title: string;
@@ -165,10 +168,27 @@ export function wordsForOpening(error: unknown, film?: Film): Words {
 }
 
 // How the film comes when no quality is chosen, by its stream's format.
-export function wordsForOriginal(format: string | undefined): string {
+export function wordsForOriginal({ quality }: Choice, format: string | undefined): string {
+  if (quality !== kOriginal || format === undefined) return "as good as it gets";
   if (format === "raw") return "the file as it is";
-  if (format === "hls_remux") return "the picture as it is";
-  return format === "hls" ? "converted for this browser" : "as good as it gets";
+  return format === "hls_remux" ? "the picture as it is" : "converted for this browser";
+}
+
+// What those who know call the way that the server has chosen.
+export function nameDelivery({ delivery }: Choice, format: string | undefined): string {
+  const taken = kDeliveries.find((one) => one.format === format);
+  return delivery === kAutomatic && taken ? `now ${taken.detail}` : "what suits this browser";
+}
+
+// A way of playing the film that was chosen and can't be had.
+export function wordsForRefusing({ delivery, quality }: Choice, failure: Failure): string {
+  if (delivery === kAutomatic) return `The server does not offer this film in “${quality.label}”. It plays as before.`;
+  const name = `“${delivery.label}” (${delivery.detail})`;
+  if (failure.why === "format") return `This browser can’t play the film as ${name}. It plays as before.`;
+  const error = failure.why === "open" ? failure.error : undefined;
+  if (!(error instanceof Refusal)) return `The server can’t send the film as ${name}; its log says why. It plays as before.`;
+  const reason = error.message ? `: “${error.message}”` : "";
+  return `The server refuses ${name}${reason} (code ${error.code}). The film plays as before.`;
 }
 
 export function wordsForListing(error: unknown): Words {

@@ -1,7 +1,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { WebApi } from "../src/api.ts";
-import { listTracks, nameLanguage, nameTracks, type AudioTrack, type TrackWords } from "../src/audio_tracks.ts";
+import { listTracks, nameLanguage, nameTracks, withNames, type AudioTrack, type TrackWords } from "../src/audio_tracks.ts";
 
 const kCodes: [string, string][] = [
   ["de", "German"],
@@ -52,4 +52,19 @@ test("AudioTracks.AreListedAsTheFileHasThem", async () => {
     { id: "4", name: "", language: "" },
   ]);
   assert.deepEqual(asked, [["Film", "tracks", { id: 7, pin: "1234" }]]);
+});
+
+test("AudioTracks.BorrowWhatTheirStreamDoesNotTell", () => {
+  const named = [{ id: "4", name: "Kommentar", language: "ger" }, { id: "1", name: "Original", language: "eng" }];
+  const told = [
+    { id: "1", name: "", language: "" },
+    { id: "4", name: "Deutsch", language: "de" },
+    { id: "9", name: "", language: "fre" },
+  ];
+  assert.deepEqual(withNames(told, named), [
+    { id: "1", name: "Original", language: "eng" },
+    { id: "4", name: "Deutsch", language: "de" },
+    { id: "9", name: "", language: "fre" },
+  ]);
+  assert.deepEqual(withNames(told, []), told);
 });

@@ -1,6 +1,6 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { remedyFor, willPass, type Breakage, type Broken, type Remedy } from "../src/breakage.ts";
+import { remedyFor, troubleOf, willPass, type Breakage, type Broken, type Remedy, type Trouble } from "../src/breakage.ts";
 
 const kSent = { status: 206, undecodable: false };
 const kUndecodable = { status: 200, undecodable: true };
@@ -29,10 +29,40 @@ const kCases: [Broken["format"], boolean, Breakage, Remedy][] = [
   ["hls_remux", true, kUndecodable, "convert"],
   ["hls", true, kUndecodable, "reopen"],
   ["hls", false, kUndecodable, "give up"],
+  ["ss", true, kBusy, "wait"],
+  ["ss", true, kGone, "reopen"],
+  ["ss", true, kUndecodable, "convert"],
+  ["webm_remux", true, kGone, "reopen"],
+  ["webm_remux", true, kSent, "reopen"],
 ];
 for (const [format, played, breakage, remedy] of kCases) {
   const name = `${format}, ${played ? "played" : "not begun"}, ${JSON.stringify(breakage)}`;
-  test(`Breakage.IsMetWith(${name})`, () => assert.equal(remedyFor(breakage, { format, played }), remedy));
+  test(`Breakage.IsMetWith(${name})`, () => assert.equal(remedyFor(breakage, { format, conversion: "hls", played }), remedy));
+}
+
+const kWithoutHls: [Broken["format"], boolean, Remedy][] = [
+  ["raw", false, "convert"],
+  ["hls", false, "convert"],
+  ["webm_remux", false, "give up"],
+  ["webm_remux", true, "reopen"],
+];
+for (const [format, played, remedy] of kWithoutHls) {
+  test(`Breakage.IsMetWithoutHlsWith(${format}, ${played ? "played" : "not begun"})`, () => {
+    assert.equal(remedyFor(kUndecodable, { format, conversion: "webm_remux", played }), remedy);
+  });
+}
+
+const kTroubles: [number, number | undefined, Trouble | undefined][] = [
+  [0, undefined, "server"],
+  [502, undefined, "server"],
+  [503, undefined, "encoders"],
+  [503, 129, "encoders"],
+  [503, 1203, "disk"],
+  [500, 129, undefined],
+  [404, 128, undefined],
+];
+for (const [status, code, trouble] of kTroubles) {
+  test(`Trouble.IsTold(${status}, ${code})`, () => assert.equal(troubleOf(status, code), trouble));
 }
 
 const kStatuses: [number, boolean][] = [[0, true], [502, true], [503, true], [504, true], [200, false], [404, false], [500, false]];

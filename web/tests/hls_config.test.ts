@@ -1,40 +1,6 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { configFor, mayRetry, refusalIn } from "../src/hls_config.ts";
-
-const kCases: [number | undefined, boolean, number, boolean][] = [
-  [0, false, 0, true],
-  [0, false, 59, true],
-  [0, false, 60, false],
-  [503, false, 40, true],
-  [502, false, 1, true],
-  [500, false, 1, true],
-  [500, false, 2, false],
-  [404, false, 0, false],
-  [401, false, 0, false],
-  [429, false, 0, false],
-  [undefined, false, 0, false], // no fragment
-  [undefined, true, 1, true],
-  [undefined, true, 2, false],
-];
-for (const [status, late, failures, again] of kCases) {
-  test(`HlsConfig.Retries(${status}, ${late ? "late" : "failed"} ${failures} times)`, () => {
-    assert.equal(mayRetry(status, late, failures), again);
-  });
-}
-
-const kRefusals: [string, number | undefined][] = [
-  ['{"error": {"code": 1203, "message": "No space is left for the stream"}}', 1203],
-  ['{"result": {}}', undefined],
-  ["<h1>503</h1>", undefined],
-  ["", undefined],
-];
-for (const [body, code] of kRefusals) {
-  test(`HlsConfig.FindsTheRefusalIn(${body})`, () => {
-    assert.equal(refusalIn(body), code);
-    assert.equal(refusalIn(new TextEncoder().encode(body).buffer), code);
-  });
-}
+import { configFor } from "../src/hls_config.ts";
 
 test("HlsConfig.TellsOfTroubleOnlyWhenAnotherAttemptFollows", () => {
   const told: number[] = [];

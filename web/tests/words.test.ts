@@ -3,12 +3,17 @@ import { test } from "node:test";
 import { Refusal, Unreachable } from "../src/api.ts";
 import type { Film, Progress } from "../src/catalog.ts";
 import { placeOf } from "../src/catalog.ts";
+import { kDeliveries, kUsual, type Delivery } from "../src/delivery.ts";
 import { messageKind } from "../src/library_message.ts";
+import { kQualities, type Quality } from "../src/quality.ts";
 import { outcome, scanLine, signature } from "../src/scan_watch.ts";
 import { readLoudness } from "../src/volume.ts";
 import {
-  describeFormat, nameFormat, wordsForLosing, wordsForOpening, wordsForOriginal, wordsForSigningIn,
+  describeFormat, nameDelivery, nameFormat, wordsForLosing, wordsForOpening, wordsForOriginal, wordsForRefusing, wordsForSigningIn,
 } from "../src/words.ts";
+
+const kLow = kQualities.find(({ name }) => name === "low") as Quality;
+const kSmooth = kDeliveries.find(({ format }) => format === "ss") as Delivery;
 
 const kFilm = { container: "matroska", video_codec: "hevc", audio_codec: "ac3" } as Film;
 const kProgress: Progress = {
@@ -39,10 +44,39 @@ test("Words.KnowEveryRefusalOfTheEngine", () => {
 });
 
 test("Words.SayHowTheOriginalComes", () => {
-  assert.equal(wordsForOriginal("raw"), "the file as it is");
-  assert.equal(wordsForOriginal("hls_remux"), "the picture as it is");
-  assert.equal(wordsForOriginal("hls"), "converted for this browser");
-  assert.equal(wordsForOriginal(undefined), "as good as it gets");
+  assert.equal(wordsForOriginal(kUsual, "raw"), "the file as it is");
+  assert.equal(wordsForOriginal(kUsual, "hls_remux"), "the picture as it is");
+  assert.equal(wordsForOriginal(kUsual, "hls"), "converted for this browser");
+  assert.equal(wordsForOriginal(kUsual, "webm_remux"), "converted for this browser");
+  assert.equal(wordsForOriginal(kUsual, undefined), "as good as it gets");
+  assert.equal(wordsForOriginal({ ...kUsual, quality: kLow }, "hls"), "as good as it gets");
+});
+
+test("Words.NameWhatTheServerHasChosen", () => {
+  assert.equal(nameDelivery(kUsual, "raw"), "now direct");
+  assert.equal(nameDelivery(kUsual, "hls_remux"), "now HLS, copied");
+  assert.equal(nameDelivery(kUsual, undefined), "what suits this browser");
+  assert.equal(nameDelivery({ ...kUsual, delivery: kSmooth }, "ss"), "what suits this browser");
+});
+
+test("Words.SayWhyAChoiceCannotBeHad", () => {
+  const smooth = { ...kUsual, delivery: kSmooth };
+  const refused = (code: number, message: string) => ({ why: "open", error: new Refusal(code, message) }) as const;
+  const name = "“Converted, in chunks” (Smooth Streaming)";
+  assert.equal(
+    wordsForRefusing(smooth, refused(1212, "failed to determine profile")),
+    `The server refuses ${name}: “failed to determine profile” (code 1212). The film plays as before.`,
+  );
+  assert.equal(wordsForRefusing(smooth, refused(1200, "")), `The server refuses ${name} (code 1200). The film plays as before.`);
+  assert.equal(wordsForRefusing(smooth, { why: "format" }), `This browser can’t play the film as ${name}. It plays as before.`);
+  assert.equal(
+    wordsForRefusing(smooth, { why: "lost", begun: true }),
+    `The server can’t send the film as ${name}; its log says why. It plays as before.`,
+  );
+  assert.equal(
+    wordsForRefusing({ ...kUsual, quality: kLow }, refused(1200, "")),
+    "The server does not offer this film in “Low”. It plays as before.",
+  );
 });
 
 const kTitles: [unknown, string][] = [

@@ -5,6 +5,8 @@ import { createReadStream, readFileSync, statSync } from "node:fs";
 import { createServer } from "node:http";
 import path from "node:path";
 import { pipeline } from "node:stream";
+import { smoothFile } from "./smooth_media.mjs";
+import { sendWebm } from "./webm_media.mjs";
 
 const kTypes = { ".html": "text/html; charset=utf-8", ".js": "text/javascript", ".css": "text/css", ".svg": "image/svg+xml" };
 const kFront = new URL("../../../packaging/lighttpd.conf", import.meta.url);
@@ -40,14 +42,16 @@ const kSorts = {
 };
 
 // options: page (folder with the built page), media (a video file), films, pictures (id -> JPEG file), hls (folders
-// with fragments, by their kinds; see hls_media.mjs)
-export async function startMock({ page, media, films = [], pictures = () => undefined, hls = {} }) {
+// with fragments, by their kinds; see hls_media.mjs), smooth (a folder; see smooth_media.mjs), webm (a film; see
+// webm_media.mjs)
+export async function startMock({ page, media, films = [], pictures = () => undefined, hls = {}, smooth, webm }) {
   const mock = {
     films, progress: { ...kIdle }, administrator: true,
     refuse: {}, // film id -> code that open answers
     refuseTrack: {}, // audio track -> code that open answers
     refuseConverting: undefined, // the same for whatever is opened to be converted
-    auto: () => "raw", // (film id, call) -> the format to open it in unless "hls" was asked for
+    refuseFormat: {}, // format -> code and message that open answers
+    auto: () => "raw", // (film id, call) -> the format to open it in unless another one was asked for
     files: {}, // film id -> what is sent of it as it is, instead of `media`
     sounds: {}, // film id -> its audio tracks: id, title, language
     heard: {}, // stream -> the audio track that it was opened with
@@ -56,6 +60,9 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     failure: { error: { code: 129, message: "" } }, // what it says then
     pins: {}, // film id -> the PIN that opens it
     welcome: "welcome-secret", sessions: new Set(), streams: new Map(), asked: [], down: false, next: 1,
+    live: new Set(), // answers that are being sent as WebM
+    cut() { for (const response of mock.live) response.destroy(); }, // as a line breaks
+    finish() { for (const response of mock.live) response.end(); }, // as if that were all
     sweep() { mock.streams.clear(); },
     endSessions() { mock.sessions.clear(); },
     asks(method) { return mock.asked.filter((call) => call.get("method") === method); },
@@ -88,13 +95,15 @@ export async function startMock({ page, media, films = [], pictures = () => unde
   function open(call) {
     const id = Number(call.get("id"));
     if (mock.refuse[id]) throw new Refused(mock.refuse[id]);
-    if (mock.refuseConverting && call.get("format") === "hls") throw new Refused(mock.refuseConverting);
+    const format = call.get("format");
+    if (mock.refuseConverting && format === "hls") throw new Refused(mock.refuseConverting);
+    if (mock.refuseFormat[format]) throw new Refused(...mock.refuseFormat[format]);
     if (mock.refuseTrack[call.get("audio_track")]) throw new Refused(mock.refuseTrack[call.get("audio_track")]);
     if (mock.pins[id] && call.get("pin") !== mock.pins[id]) throw new Refused(call.get("pin") ? 1401 : 1400);
     const stream_id = `stream-${mock.next++}`;
     mock.streams.set(stream_id, id);
     mock.heard[stream_id] = call.get("audio_track");
-    return { stream_id, format: call.get("format") === "hls" ? "hls" : mock.auto(id, call) };
+    return { stream_id, format: format === "auto" ? mock.auto(id, call) : format };
   }
 
   function sendStream(call, request, response) {
@@ -106,11 +115,35 @@ export async function startMock({ page, media, films = [], pictures = () => unde
       return;
     }
     if (format === "raw") return sendFile(request, response, mock.files[id] ?? media, "video/mp4");
+    if (format === "webm_remux") return sendLive(call, request, response);
+    if (format === "ss") return sendSmooth(call, request, response);
     const folder = hls[mock.kinds[format]];
     if (call.get("fragment")) return sendFile(request, response, path.join(folder, call.get("fragment")), "video/mp2t");
     const playlist = path.join(folder, `${call.get("playlist") ?? "master"}.m3u8`);
     const text = withDefault(withAddresses(readFileSync(playlist, "utf8"), call), mock.heard[call.get("id")]);
     response.writeHead(200, { "Content-Type": "application/vnd.apple.mpegurl" }).end(text);
+  }
+
+  function sendSmooth(call, request, response) {
+    const address = call.get("fragment") ?? "Manifest";
+    if (address !== "Manifest") return sendFile(request, response, smoothFile(smooth, address), "video/mp4");
+    const manifest = readFileSync(smoothFile(smooth, address), "utf8");
+    response.writeHead(200, { "Content-Type": "text/xml" }).end(withFirst(manifest, mock.heard[call.get("id")]));
+  }
+
+  function sendLive(call, request, response) {
+    // A browser that lost its line asks for the rest by its bytes.
+    if (!/^(bytes=0-.*)?$/.test(request.headers.range ?? "")) {
+      response.writeHead(416).end();
+      return;
+    }
+    if (request.method === "HEAD") {
+      response.writeHead(200, { "Content-Type": "video/webm" }).end();
+      return;
+    }
+    mock.live.add(response);
+    response.on("close", () => mock.live.delete(response));
+    sendWebm(webm, Number(call.get("seek") ?? 0), response);
   }
 
   const methods = {
@@ -141,11 +174,11 @@ export async function startMock({ page, media, films = [], pictures = () => unde
 
   async function serve(request, response) {
     const url = new URL(request.url, "http://mock");
-    if (url.pathname !== "/webapi/entry.cgi") return sendPage(page, url.pathname, response);
+    if (!url.pathname.startsWith("/webapi/entry.cgi")) return sendPage(page, url.pathname, response);
     if (mock.down) return request.socket.destroy();
     let body = "";
     for await (const chunk of request) body += chunk;
-    const call = request.method === "POST" ? new URLSearchParams(body) : url.searchParams;
+    const call = smoothCall(url.pathname) ?? (request.method === "POST" ? new URLSearchParams(body) : url.searchParams);
     mock.asked.push(call);
     try {
       answerCall(call, request, response);
@@ -161,6 +194,15 @@ export async function startMock({ page, media, films = [], pictures = () => unde
   mock.origin = `http://127.0.0.1:${server.address().port}`;
   mock.close = () => new Promise((resolve) => { server.closeAllConnections(); server.close(resolve); });
   return mock;
+}
+
+// What an address of Smooth Streaming, which is a path, asks for.
+function smoothCall(pathname) {
+  const [, id, fragment] = /^\/webapi\/entry\.cgi\/ss\/-\/([^/]+)\/(.+)$/.exec(decodeURIComponent(pathname)) ?? [];
+  if (id === undefined) return undefined;
+  const call = new URLSearchParams({ api: "CRVN.Kinora2.Stream", version: "1", method: "stream", format: "ss", id });
+  if (fragment !== "Manifest") call.set("fragment", fragment);
+  return call;
 }
 
 // The addresses of a playlist's fragments and playlists, as the server writes them.
@@ -179,6 +221,13 @@ function withDefault(playlist, track) {
   if (!track) return playlist;
   const chosen = (rendition) => rendition.includes(`playlist=audio_${track}"`);
   return playlist.replace(/^#EXT-X-MEDIA.*$/gm, (line) => line.replace(/DEFAULT=\w+/, `DEFAULT=${chosen(line) ? "YES" : "NO"}`));
+}
+
+// The same for Smooth Streaming, whose players begin with the first track.
+function withFirst(manifest, track) {
+  if (!track) return manifest;
+  const [chosen] = new RegExp(`<StreamIndex Type="audio" Name="audio_${track}".*?</StreamIndex>\n`, "s").exec(manifest);
+  return manifest.replace(chosen, "").replace('<StreamIndex Type="audio"', `${chosen}<StreamIndex Type="audio"`);
 }
 
 function sendPage(page, pathname, response) {

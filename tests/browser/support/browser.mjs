@@ -55,6 +55,15 @@ export async function signIn(page, user, password) {
   await page.getByRole("search").waitFor();
 }
 
+// Polls until it holds.
+export async function until(condition) {
+  const deadline = Date.now() + 60_000;
+  while (!(await condition())) {
+    if (Date.now() > deadline) throw new Error(`in vain: ${condition}`);
+    await new Promise((resolve) => setTimeout(resolve, 20));
+  }
+}
+
 // What the video element says of itself.
 export function videoState(page) {
   return page.evaluate(() => {

@@ -10,7 +10,7 @@ import { run } from "./programs.mjs";
 
 export const kSeconds = 24;
 
-const kBits = 10;
+export const kBits = 10;
 const kFrequency = 8000; // Hertz, of the sound as it is looked at
 const kBeep = 0.1; // seconds
 const kQuiet = 0.5; // seconds before a beep at least
@@ -32,8 +32,15 @@ export const kClockFilms = [
   { film: "encoded.mkv", format: "hls", rate: 24000 / 1001, options: [...kEncoded, "-c:a", "ac3"] },
 ];
 
-export function makeClockFilms(folder) {
-  for (const { film, rate, options } of kClockFilms) {
+// Of those that browsers show without fragments of HLS.
+const kVp8 = ["-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "16", "-b:v", "1M", "-g", "103", "-auto-alt-ref", "0"];
+export const kShownFilms = [
+  { film: "encoded.mkv", formats: ["ss", "webm_remux"], rate: 24000 / 1001, options: [...kEncoded, "-c:a", "ac3"] },
+  { film: "copied.webm", formats: ["webm_remux"], rate: 25, options: [...kVp8, "-c:a", "libopus"] },
+];
+
+export function makeClockFilms(folder, films = kClockFilms) {
+  for (const { film, rate, options } of films) {
     const file = path.join(folder, film);
     const input = [...picture(rate === 25 ? "25" : "24000/1001"), ...kSound];
     execFileSync("ffmpeg", ["-nostdin", "-v", "error", "-bitexact", ...input, ...options, `file:${file}`]);

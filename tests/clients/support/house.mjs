@@ -4,7 +4,9 @@ import { readdirSync, readlinkSync } from "node:fs";
 import path from "node:path";
 import { kPassword, kUser, startKinora } from "../../browser/support/kinora.mjs";
 
-const kStreams = { raw: "/tmp/Kinora/RAW", hls: "/tmp/Kinora/HLS", hls_remux: "/tmp/Kinora/HLS", ss: "/tmp/Kinora/SS" };
+const kStreams = {
+  raw: "/tmp/Kinora/RAW", hls: "/tmp/Kinora/HLS", hls_remux: "/tmp/Kinora/HLS", ss: "/tmp/Kinora/SS", webm_remux: "/tmp/Kinora/WEBM",
+};
 const kTimeToGo = 60_000;
 
 export class Refused extends Error {

@@ -49,10 +49,54 @@ async function startShaka(url) {
   };
 }
 
-export const kPagePlayers = [
-  { name: "hls.js", script: path.join(modules, "hls.js/dist/hls.min.js"), start: startHlsJs },
-  { name: "Shaka", script: path.join(modules, "shaka-player/dist/shaka-player.hls.js"), start: startShaka },
+async function startDashJs(url) {
+  const video = document.querySelector("video");
+  const player = dashjs.MediaPlayer().create();
+  const never = { MPD: 0, MediaSegment: 0, InitializationSegment: 0 };
+  player.updateSettings({
+    debug: { logLevel: dashjs.Debug.LOG_LEVEL_NONE },
+    errors: { recoverAttempts: { mediaErrorDecode: 0 } },
+    streaming: {
+      retryAttempts: never, manifestRequestTimeout: 120000, fragmentRequestTimeout: 120000,
+      selectionModeForInitialTrack: "firstTrack", utcSynchronization: { enabled: false }, buffer: { bufferToKeep: 120 },
+    },
+  });
+  const errors = [];
+  player.on("error", ({ error }) => errors.push(`${error.code} ${error.message}`));
+  const ready = new Promise((resolve) => player.on("streamInitialized", resolve));
+  player.initialize(video, url, false);
+  await ready;
+  window.player = {
+    errors,
+    tracks: () => player.getTracksFor("audio").map((track) => ({ language: track.lang, active: track.id === player.getCurrentTrackFor("audio").id })),
+    choose(i) { player.setCurrentTrack(player.getTracksFor("audio")[i]); },
+  };
+}
+
+// The video element alone: an endless film, of which each other place is another address.
+async function startElement(url) {
+  const video = document.querySelector("video");
+  const errors = [];
+  video.addEventListener("error", () => errors.push(video.error.message));
+  const load = (second) => new Promise((resolve) => {
+    video.addEventListener("loadedmetadata", resolve, { once: true });
+    video.src = `${url}&seek=${Math.floor(second)}`;
+  });
+  window.player = { errors, tracks: () => [], choose() {}, load };
+  await load(0);
+}
+
+const once = (name, script, start) => ({ name, scripts: [path.join(modules, script)], start });
+export const kHlsPlayers = [
+  once("hls.js", "hls.js/dist/hls.min.js", startHlsJs),
+  once("Shaka", "shaka-player/dist/shaka-player.hls.js", startShaka),
 ];
+export const kSmoothPlayer = {
+  name: "dash.js",
+  scripts: ["dash.all.min.js", "dash.mss.min.js"].map((file) => path.join(modules, "dashjs/dist/modern/umd", file)),
+  start: startDashJs,
+};
+export const kWebmPlayer = { name: "Chromium", scripts: [], start: startElement };
 
 // Notes wherever the clock goes back without a seek.
 function watchClock() {
@@ -75,7 +119,7 @@ export async function openPlayer(page, player, stream) {
   const address = new URL("/player.html", stream.master).href;
   await page.route(address, (route) => route.fulfill({ contentType: "text/html", body: "<!DOCTYPE html><video muted></video>" }));
   await page.goto(address);
-  await page.evaluate(readFileSync(player.script, "utf8"));
+  for (const script of player.scripts) await page.evaluate(readFileSync(script, "utf8"));
   await page.evaluate(watchClock);
   await page.evaluate(player.start, stream.master);
 }

@@ -29,6 +29,8 @@ const char* Reason(int status) {
       return "Method Not Allowed";
     case 409:
       return "Conflict";
+    case 416:
+      return "Range Not Satisfiable";
     case 429:
       return "Too Many Requests";
     case 503:

@@ -21,6 +21,8 @@ constexpr Row kRows[] = {
     {&StreamFaults::source_replaced, kServiceFailure, 409, "The video has been replaced", nullptr},
     {&StreamFaults::source_unreadable, kServiceFailure, 409, "The video cannot be read", nullptr},
     {&StreamFaults::part_unknown, kNotFound, 404, "The stream has no such part", nullptr},
+    {&StreamFaults::rest_unknown, kMalformedRequest, 416, "A live film goes on at a time, not at a byte",
+     nullptr},
     {&StreamFaults::exhausted, kServiceFailure, 503, "The machine is too busy", kRetrySoon},
     {&StreamFaults::volume_full, crvnkn::webapi::kErrorVolumeSpace, 503, "No space is left for the stream",
      kRetryLater},

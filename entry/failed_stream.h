@@ -15,6 +15,7 @@ struct StreamFaults {
   bool source_replaced = false;    // its name belongs to another file now, or its content has changed
   bool source_unreadable = false;  // it is there, and may not be read
   bool part_unknown = false;       // the stream has no such playlist or fragment, the film no such time
+  bool rest_unknown = false;       // the rest of a body is asked for by bytes that were never counted
   bool exhausted = false;          // no descriptors, no memory
   bool volume_full = false;        // below the stream's folder
   bool not_ready = false;          // its encoder is at work, on this part too slowly or on another one

@@ -77,6 +77,7 @@ Request MakeRequest(const Variables& variables, std::string_view body) {
   request.client = Variable(variables, "REMOTE_ADDR");
   request.connection = {Variable(variables, "SERVER_ADDR"), Variable(variables, "SERVER_PORT"),
                         request.client, Variable(variables, "REMOTE_PORT")};
+  request.range = Variable(variables, "HTTP_RANGE");
   request.agent = base::ToOneLine(Variable(variables, "HTTP_USER_AGENT").substr(0, kLongestAgent));
   const bool secure =
       Variable(variables, "HTTPS") == "on" || Variable(variables, "REQUEST_SCHEME") == "https";

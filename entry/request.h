@@ -26,6 +26,7 @@ struct Request {
   std::string scheme;     // "http" or "https"
   std::string client;     // the other side's address
   TcpEnds connection;     // the web server's with the other side
+  std::string range;      // the Range header
   std::string agent;      // the User-Agent header as one line of text, cut after 256 bytes
 
   // The parameter's value, empty where it is missing.

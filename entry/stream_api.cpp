@@ -3,8 +3,11 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 #include "entry/client_watch.h"
 #include "entry/failed_stream.h"
@@ -19,6 +22,7 @@
 #include "library/vte/chromecast_record.h"
 #include "library/vte/streamer_dispatch.h"
 #include "platform/engine/look.h"
+#include "platform/system/byte_ranges.h"
 
 namespace kinora::entry {
 namespace {
@@ -90,6 +94,13 @@ StreamFaults FindFaults(const Part& part, const Streamer& streamer, const system
   return FindAdaptiveFaults(part.type, part.stream_id, part.fragment, settings);
 }
 
+// Browsers that lost their line ask for what they lack by its bytes; a second encoding has others.
+bool AsksForTheRest(const std::string& range) {
+  const std::vector<system::ByteRange> ranges = system::DecideRanges(range, UINT64_MAX).ranges;
+  return std::any_of(ranges.begin(), ranges.end(),
+                     [](const system::ByteRange& one) { return one.first != 0; });
+}
+
 // What the answer to GET would begin with, without starting an encoder for it.
 Answer LiveHeadAnswer(const StreamFaults& faults) {
   if (faults != StreamFaults()) return FailedStreamAnswer(faults);
@@ -138,6 +149,7 @@ std::optional<Answer> SendStream(Context& context) {
   streamer->SetSubtitleID(SubtitleParameter(request));
   streamer->SetSeekTime(static_cast<unsigned long>(part.seek));
   context.CloseStore();
+  if (part.type == "WEBM" && AsksForTheRest(request.range)) return FailedStreamAnswer({.rest_unknown = true});
   if (part.type == "WEBM" && request.verb == "HEAD") {
     return LiveHeadAnswer(FindFaults(part, *streamer, context.GetSettings()));
   }

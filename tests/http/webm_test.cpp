@@ -136,6 +136,23 @@ TEST(WebmHead, TellsWhatGetWouldBeginWithAndStartsNoEncoder) {
   EXPECT_EQ(ann.Get(ann.Address(stream, {}), {}, "POST").status, 405);
 }
 
+// Browsers do that when the line breaks; what they would get belongs to another encoding.
+TEST(WebmRange, IsRefusedWhereItAsksForTheRestByItsBytes) {
+  const House house({kEncoded});
+  const Viewer ann(house, house.SignIn("ann"));
+  const ViewedStream stream = ann.Open(kEncoded, "webm_remux");
+  for (const char* const range : {"bytes=1-", "bytes=5000-6000", "bytes=0-5,9-10", "bytes=-500"}) {
+    const Reply reply = ann.Get(ann.Address(stream, {}), {std::string("Range: ") + range});
+    EXPECT_EQ(reply.status, 416) << range;
+    EXPECT_EQ(CodeOf(reply), 130) << range;
+    ExpectForAnyOriginOnce(reply, range);
+  }
+  EXPECT_TRUE(Encoders(house).empty());
+  for (const char* const range : {"bytes=0-", "seconds=5-", "nonsense"}) {
+    ExpectLiveHead(ann.Get(ann.Address(stream, {}), {std::string("Range: ") + range}), range);
+  }
+}
+
 TEST(WebmAccess, IsTheOpenersWhileHisSessionLasts) {
   const House house({kEncoded});
   const Viewer ann(house, house.SignIn("ann"));

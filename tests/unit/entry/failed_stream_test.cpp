@@ -17,9 +17,9 @@ struct Case {
 constexpr Case kCases[] = {
     {&StreamFaults::stream_gone, 404, 128, false},     {&StreamFaults::source_gone, 404, 128, false},
     {&StreamFaults::source_replaced, 409, 129, false}, {&StreamFaults::source_unreadable, 409, 129, false},
-    {&StreamFaults::part_unknown, 404, 128, false},    {&StreamFaults::exhausted, 503, 129, true},
-    {&StreamFaults::volume_full, 503, 1203, true},     {&StreamFaults::not_ready, 503, 129, true},
-    {&StreamFaults::jobs_taken, 503, 129, true},
+    {&StreamFaults::part_unknown, 404, 128, false},    {&StreamFaults::rest_unknown, 416, 130, false},
+    {&StreamFaults::exhausted, 503, 129, true},        {&StreamFaults::volume_full, 503, 1203, true},
+    {&StreamFaults::not_ready, 503, 129, true},        {&StreamFaults::jobs_taken, 503, 129, true},
 };
 
 void Expect(const Answer& answer, const Case& c, size_t row) {

@@ -56,6 +56,7 @@ TEST(MakeRequest, TellsTheSchemeFromTheServersVariables) {
 
 TEST(MakeRequest, TakesTheUserAgentAsOneShortLine) {
   EXPECT_EQ(MakeRequest(With({}), "").agent, "");
+  EXPECT_EQ(MakeRequest(With({{"HTTP_RANGE", "bytes=5-"}}), "").range, "bytes=5-");
   EXPECT_EQ(MakeRequest(With({{"HTTP_USER_AGENT", "CrKey/1.56"}}), "").agent, "CrKey/1.56");
   EXPECT_EQ(MakeRequest(With({{"HTTP_USER_AGENT", "a\r\nb\x1b[31m\xFF"}}), "").agent,
             "a??b?[31m\xEF\xBF\xBD");

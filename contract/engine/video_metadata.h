@@ -33,6 +33,10 @@ class VideoMetaData {
   // Pictures attached to the file (covers) are no video tracks.
   bool GetTrackInfo(Json::Value& video, Json::Value& audio) const;
 
+  // Fills `subtitle` likewise, with "codec" ("subrip", "ass", "hdmv_pgs_subtitle", ...), "track" (text, the
+  // stream's index), "language", "title", "default", "forced" and "hearing_impaired" (true or false).
+  bool GetSubtitleTrackInfo(Json::Value& subtitle) const;
+
   std::string GetFilePath() const;  // as given to LoadFile
   // "mp4", "mov", "mkv", "webm", "avi", "mpegts", "mpeg", "flv", "asf", "ogg", "rm", "wtv", "mxf", "dv",
   // "nut"

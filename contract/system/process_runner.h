@@ -15,6 +15,10 @@ class ProcessRunner {
   // `program` is an absolute path, and so is `name`, its argument 0: the same one.
   ProcessRunner(const char* program, const char* name);
 
+  // `program` with all its arguments: `argv` begins with argument 0, which is `program` again, and ends with
+  // a null.
+  ProcessRunner(const char* program, const char* const argv[]);
+
   // Appends arguments, up to nine, the first null of which ends the list.
   void addArguments(const char* a1, const char* a2 = nullptr, const char* a3 = nullptr,
                     const char* a4 = nullptr, const char* a5 = nullptr, const char* a6 = nullptr,
@@ -28,6 +32,9 @@ class ProcessRunner {
 
   // What the last run that captured has written.
   std::string getCapturedOutput() const;
+
+  // The program and its arguments with blanks between them, for the log.
+  std::string toString() const;
 
  private:
   struct State;

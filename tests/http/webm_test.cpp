@@ -274,6 +274,9 @@ TEST(WebmJobs, AreRefusedWhereNoMoreMayBeAtWork) {
     EXPECT_EQ(ann.Get(other, {}, "HEAD").status, 503);
     EXPECT_EQ(Encoders(house).size(), 1U);
   }
+  // The kernel shows a process without its files a moment before it gives its lock back.
+  Reply next;
+  EXPECT_TRUE(Eventually([&] { return (next = ann.Get(other)).status != 503; }));
+  ExpectLiveHead(next, "its turn");
   EXPECT_TRUE(NothingIsLeft(house));
-  ExpectLiveHead(ann.Get(other), "its turn");
 }

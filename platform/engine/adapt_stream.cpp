@@ -1,10 +1,9 @@
 #include "contract/engine/adapt_stream.h"
 
-#include <sys/stat.h>
-
 #include <optional>
 
 #include "platform/base/log.h"
+#include "platform/base/plain_file.h"
 #include "platform/engine/audio_fragment.h"
 #include "platform/engine/copied_fragment.h"
 #include "platform/engine/fragment_lookup.h"
@@ -100,9 +99,7 @@ std::string AdaptStream::GetFragmentPath(const std::string& fragment_id) const {
   const std::string file = folder ? FileOf(*folder, state_->type, fragment_id) : "";
   if (file.empty()) return "";
   std::string path = folder->WorkPath(file);
-  struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return "";
-  return path;
+  return kinora::base::IsPlainFile(path) ? path : "";
 }
 
 bool AdaptStream::Close() const {

@@ -1,13 +1,12 @@
 #include "platform/engine/audio_fragment.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
 
 #include "platform/base/atomic_file.h"
 #include "platform/base/log.h"
+#include "platform/base/plain_file.h"
 #include "platform/engine/encode_arguments.h"
 #include "platform/engine/fragment_id.h"
 #include "platform/engine/source_file.h"
@@ -24,11 +23,6 @@ constexpr size_t kTransportPacket = 188;
 
 // A few seconds of sound are encoded in a tenth of a second.
 constexpr system::ChildLimits kLimits{std::chrono::seconds(30), 4ULL << 30, 25, 0, 16U << 20};
-
-bool IsThere(const std::string& path) {
-  struct stat status {};
-  return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
 
 bool IsPlausible(const system::ChildResult& result) {
   return result.Succeeded() && !result.output.empty() && result.output.size() % kTransportPacket == 0;
@@ -50,7 +44,7 @@ FragmentOutcome Make(const StreamPlan& plan, const AudioPlan& audio, int number,
     return FragmentOutcome::kFailed;
   }
   // Whoever was faster has made the same.
-  if (!IsThere(path)) base::WriteFileAtomically(path, result.output, 0600);
+  if (!base::IsPlainFile(path)) base::WriteFileAtomically(path, result.output, 0600);
   return FragmentOutcome::kReady;
 }
 
@@ -59,7 +53,7 @@ FragmentOutcome Make(const StreamPlan& plan, const AudioPlan& audio, int number,
 FragmentOutcome PrepareEncodedAudio(const StreamFolder& folder, const StreamPlan& plan,
                                     const AudioPlan& audio, int number) {
   const std::string path = folder.WorkPath(FileName({audio.track, number}));
-  if (IsThere(path)) return FragmentOutcome::kReady;
+  if (base::IsPlainFile(path)) return FragmentOutcome::kReady;
   try {
     return Make(plan, audio, number, path);
   } catch (const std::system_error& error) {

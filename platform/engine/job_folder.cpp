@@ -15,6 +15,7 @@
 
 #include "platform/base/descriptor.h"
 #include "platform/base/file_time.h"
+#include "platform/base/plain_file.h"
 #include "platform/engine/job_lock.h"
 #include "platform/engine/stream_places.h"
 
@@ -62,8 +63,7 @@ std::string FragmentPath(const StreamFolder& folder, int number) {
 }
 
 bool HasFragment(const StreamFolder& folder, int number) {
-  struct stat status {};
-  return ::lstat(FragmentPath(folder, number).c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  return base::IsPlainFile(FragmentPath(folder, number));
 }
 
 std::vector<int> PresentFragments(const StreamFolder& folder) {

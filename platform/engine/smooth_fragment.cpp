@@ -1,7 +1,6 @@
 #include "platform/engine/smooth_fragment.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "platform/base/log.h"
+#include "platform/base/plain_file.h"
 #include "platform/engine/audio_fragment.h"
 #include "platform/engine/job.h"
 #include "platform/engine/job_folder.h"
@@ -30,11 +30,6 @@ constexpr KeptKind kKept{".m4s", 16, 4};
 constexpr uint64_t kPartOfQuota = 3;
 // Of making a fragment that others drop before it is opened.
 constexpr int kMostTries = 3;
-
-bool IsThere(const std::string& path) {
-  struct stat status {};
-  return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
 
 // The helper's order: the chunk's number from 1, its first sample, their count, what each lasts, and the
 // parameter sets of pictures.
@@ -78,7 +73,7 @@ FragmentOutcome Make(const StreamFolder& folder, const StreamPlan& plan, const F
       if (id.audio_track) ::unlink(source.c_str());
       return outcome;
     }
-    if (IsThere(path)) return FragmentOutcome::kReady;
+    if (base::IsPlainFile(path)) return FragmentOutcome::kReady;
   }
   base::Log(LOG_ERR, kUnit, source + " is gone again and again");
   return FragmentOutcome::kFailed;
@@ -89,7 +84,7 @@ FragmentOutcome Make(const StreamFolder& folder, const StreamPlan& plan, const F
 FragmentOutcome PrepareSmooth(const StreamFolder& folder, const StreamPlan& plan, const FragmentId& id) {
   const std::string path = folder.WorkPath(SmoothFileName(id));
   try {
-    if (IsThere(path) && Touch(path)) {
+    if (base::IsPlainFile(path) && Touch(path)) {
       if (!id.audio_track) NoteWanted(folder, id.number);
       return FragmentOutcome::kReady;
     }

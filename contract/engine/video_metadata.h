@@ -34,7 +34,8 @@ class VideoMetaData {
   bool GetTrackInfo(Json::Value& video, Json::Value& audio) const;
 
   // Fills `subtitle` likewise, with "codec" ("subrip", "ass", "hdmv_pgs_subtitle", ...), "track" (text, the
-  // stream's index), "language", "title", "default", "forced" and "hearing_impaired" (true or false).
+  // stream's index), "language", "title" (text as the file has it), "default", "forced" and
+  // "hearing_impaired" (true or false).
   bool GetSubtitleTrackInfo(Json::Value& subtitle) const;
 
   std::string GetFilePath() const;  // as given to LoadFile

@@ -8,16 +8,18 @@ namespace kinora::engine {
 namespace {
 
 constexpr int kDeepest = 8;
+constexpr Json::ArrayIndex kMostTracks =
+    256;  // as many as the probe takes streams (helpers/common/media_input.h)
 constexpr const char* kTrackKinds[] = {"video", "audio", "subtitle"};
 
-bool IsListOfObjects(const Json::Value& list) {
-  return list.isArray() &&
+bool IsListOfTracks(const Json::Value& list) {
+  return list.isArray() && list.size() <= kMostTracks &&
          std::all_of(list.begin(), list.end(), [](const Json::Value& entry) { return entry.isObject(); });
 }
 
 bool IsReport(const Json::Value& value) {
   return value.isObject() && std::all_of(std::begin(kTrackKinds), std::end(kTrackKinds),
-                                         [&](const char* kind) { return IsListOfObjects(value[kind]); });
+                                         [&](const char* kind) { return IsListOfTracks(value[kind]); });
 }
 
 }  // namespace

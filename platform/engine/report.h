@@ -10,8 +10,8 @@
 
 namespace kinora::engine {
 
-// The report, in which "video", "audio" and "subtitle" are arrays of objects; nothing for anything else.
-// Nesting is bounded.
+// The report, in which "video", "audio" and "subtitle" are arrays of objects, 256 each at most; nothing
+// for anything else. Nesting is bounded.
 std::optional<Json::Value> ParseReport(const std::string& text);
 
 // `object` is an object or null.

@@ -40,6 +40,17 @@ Json::Value AudioEntry(const Json::Value& track) {
   return entry;
 }
 
+// A track without a number cannot be asked for.
+bool HasNumber(const Json::Value& track) { return track["id"].isInt() && track["id"].asInt() >= 0; }
+
+Json::Value SubtitleEntry(const Json::Value& track) {
+  Json::Value entry(Json::objectValue);
+  entry["track"] = std::to_string(NumberOf(track, "id", INT_MAX));
+  for (const char* key : {"codec", "language", "title"}) entry[key] = TextOf(track, key);
+  for (const char* key : {"default", "forced", "hearing_impaired"}) entry[key] = FlagOf(track, key);
+  return entry;
+}
+
 void AppendTo(Json::Value& list, Json::Value entry) {
   if (!list.isArray()) list = Json::Value(Json::arrayValue);
   list.append(std::move(entry));
@@ -74,6 +85,14 @@ bool VideoMetaData::GetTrackInfo(Json::Value& video, Json::Value& audio) const {
   if (!state_) return false;
   for (const Json::Value& track : state_->report["video"]) AppendTo(video, VideoEntry(track));
   for (const Json::Value& track : state_->report["audio"]) AppendTo(audio, AudioEntry(track));
+  return true;
+}
+
+bool VideoMetaData::GetSubtitleTrackInfo(Json::Value& subtitle) const {
+  if (!state_) return false;
+  for (const Json::Value& track : state_->report["subtitle"]) {
+    if (HasNumber(track)) AppendTo(subtitle, SubtitleEntry(track));
+  }
   return true;
 }
 

@@ -96,6 +96,11 @@ void ExpectSameAudio(const Json::Value& track, const Json::Value& stream) {
   EXPECT_NEAR(track["bitrate"].asDouble(), bitrate, bitrate * 0.02);
 }
 
+void ExpectSameSubtitle(const Json::Value& track, const Json::Value& stream) {
+  ExpectSameTrack(track, stream);
+  EXPECT_EQ(track["hearing_impaired"].asBool(), stream["disposition"]["hearing_impaired"].asInt() == 1);
+}
+
 void ExpectSameFormat(const Json::Value& report, const Json::Value& format) {
   EXPECT_EQ(report["size"].asInt64(), NumberIn(format["size"]));
   const double seconds = std::atof(format["duration"].asCString());
@@ -127,7 +132,7 @@ TEST_P(ProbeOnMedia, SaysWhatFfprobeSays) {
     } else if (type == "audio") {
       ExpectSameAudio(report["audio"][audio++], stream);
     } else if (type == "subtitle") {
-      ExpectSameTrack(report["subtitle"][subtitle++], stream);
+      ExpectSameSubtitle(report["subtitle"][subtitle++], stream);
     }
   }
   EXPECT_EQ(report["video"].size(), video);
@@ -136,15 +141,15 @@ TEST_P(ProbeOnMedia, SaysWhatFfprobeSays) {
   EXPECT_EQ(report["pictures"].asInt(), pictures);
 }
 
-INSTANTIATE_TEST_SUITE_P(AllFiles, ProbeOnMedia,
-                         testing::Values("anamorphic.mp4", "audio_only.m4a", "av1.mkv", "black_start.mp4",
-                                         "cover.mp4", "h264_10bit.mkv", "h264_422.mkv", "h264_444.mkv",
-                                         "h264_aac.flv", "h264_aac.mov", "h264_aac.mp4", "h264_aac.ts",
-                                         "h264_ac3.mkv", "hevc_10bit.mkv", "languages.mkv", "moov_last.mp4",
-                                         "mpeg2_mp2.mpg", "mpeg4_mp3.avi", "odd_size.mkv", "prores.mov",
-                                         "rotated_180.mp4", "rotated_270.mp4", "rotated_90.mp4", "silent.mp4",
-                                         "song_with_cover.m4a", "surround.mp4", "theora_vorbis.ogv",
-                                         "vp8_vorbis.webm", "vp9_opus.webm", "wmv.asf"));
+INSTANTIATE_TEST_SUITE_P(
+    AllFiles, ProbeOnMedia,
+    testing::Values("anamorphic.mp4", "audio_only.m4a", "av1.mkv", "black_start.mp4", "cover.mp4",
+                    "h264_10bit.mkv", "h264_422.mkv", "h264_444.mkv", "h264_aac.flv", "h264_aac.mov",
+                    "h264_aac.mp4", "h264_aac.ts", "h264_ac3.mkv", "hevc_10bit.mkv", "languages.mkv",
+                    "many_subtitles.mkv", "moov_last.mp4", "mpeg2_mp2.mpg", "mpeg4_mp3.avi", "odd_size.mkv",
+                    "prores.mov", "rotated_180.mp4", "rotated_270.mp4", "rotated_90.mp4", "silent.mp4",
+                    "song_with_cover.m4a", "subtitles.mkv", "subtitles.mp4", "surround.mp4",
+                    "theora_vorbis.ogv", "vp8_vorbis.webm", "vp9_opus.webm", "wmv.asf"));
 
 // What was asked of ffmpeg when the files were made.
 TEST(Probe, NamesContainersAndCodecsByContent) {

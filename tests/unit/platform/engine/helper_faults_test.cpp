@@ -83,6 +83,26 @@ TEST_F(HelperFaults, ExitCodesTellNoMediaFromTrouble) {
   }
 }
 
+TEST_F(HelperFaults, SubtitlesAreOnlyWhatTheReportCanMean) {
+  const auto subtitles_of = [&](const std::string& tracks) {
+    InstallProbe("echo '" + (R"({"video":[],"audio":[],"subtitle":[)" + tracks) + "]}'");
+    return Run(KINORA_LOOK_STUB, "'" + MediaFile("silent.mp4") + "' subtitles");
+  };
+  const auto entry = [](const std::string& track, const std::string& codec) {
+    return R"({"codec":")" + codec +
+           R"(","default":false,"forced":false,"hearing_impaired":false,"language":"","title":"","track":")" +
+           track + R"("})";
+  };
+  EXPECT_EQ(subtitles_of(""), "null\n");
+  EXPECT_EQ(subtitles_of("{}"), "null\n");
+  EXPECT_EQ(subtitles_of(R"({"id":-1},{"id":"2"},{"id":1.5},{"id":99999999999},{"id":null})"), "null\n");
+  EXPECT_EQ(subtitles_of(R"({"id":7})"), "[" + entry("7", "") + "]\n");
+  EXPECT_EQ(subtitles_of(R"({"id":7,"codec":"ass"},{"id":8,"codec":[],"language":1,"title":{},"default":1,)"
+                         R"("forced":"true","hearing_impaired":null})"),
+            "[" + entry("7", "ass") + "," + entry("8", "") + "]\n");
+  EXPECT_EQ(subtitles_of("1"), "null\n");  // no report at all
+}
+
 // What the helper finds around it, told in place of a codec. Its descriptor 10 is the shell's own script.
 TEST_F(HelperFaults, TheHelperGetsTheFilmAndNothingElse) {
   InstallProbe(

@@ -7,6 +7,12 @@ namespace {
 
 constexpr char kEmpty[] = R"({"video": [], "audio": [], "subtitle": []})";
 
+std::string ReportOfTracks(size_t count) {
+  std::string tracks;
+  for (size_t i = 0; i < count; ++i) tracks += i == 0 ? "{}" : ",{}";
+  return R"({"video": [], "audio": [], "subtitle": [)" + tracks + "]}";
+}
+
 TEST(ParseReport, TakesOnlyAReport) {
   const struct {
     std::string text;
@@ -29,6 +35,8 @@ TEST(ParseReport, TakesOnlyAReport) {
            std::string(2000, ']') + "}",
        false},
       {std::string(100'000, '['), false},
+      {ReportOfTracks(256), true},
+      {ReportOfTracks(257), false},
   };
   for (const auto& row : cases) {
     EXPECT_EQ(ParseReport(row.text).has_value(), row.taken) << row.text.substr(0, 80);

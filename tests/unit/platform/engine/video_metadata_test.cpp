@@ -29,6 +29,9 @@ void ExpectEmpty(const VideoMetaData& metadata) {
   EXPECT_FALSE(metadata.GetTrackInfo(video, audio));
   EXPECT_TRUE(video.isNull());
   EXPECT_TRUE(audio.isNull());
+  Json::Value subtitle;
+  EXPECT_FALSE(metadata.GetSubtitleTrackInfo(subtitle));
+  EXPECT_TRUE(subtitle.isNull());
 }
 
 TEST(VideoMetaData, IsEmptyBeforeALoad) { ExpectEmpty(VideoMetaData()); }
@@ -126,6 +129,60 @@ TEST(VideoMetaData, LeavesListsWithoutTracksAsTheyWere) {
   EXPECT_TRUE(array.isArray());
   EXPECT_EQ(array.size(), 0U);
   EXPECT_EQ(video.size(), 2U);  // appended to
+}
+
+Json::Value SubtitlesOf(const std::string& name) {
+  Json::Value subtitles;
+  EXPECT_TRUE(Loaded(name).GetSubtitleTrackInfo(subtitles)) << name;
+  return subtitles;
+}
+
+TEST(VideoMetaData, ListsSubtitlesInTheFilesOrder) {
+  const Json::Value subtitles = SubtitlesOf("subtitles.mkv");
+  const struct {
+    const char* track;
+    const char* codec;
+    const char* language;
+    const char* title;
+    bool is_default;
+    bool forced;
+    bool hearing_impaired;
+  } rows[] = {{"2", "subrip", "eng", "", true, false, false},
+              {"3", "ass", "ger", "Nur \"Schilder\"", false, true, false},
+              {"4", "subrip", "eng", "", false, false, true},
+              {"5", "subrip", "", "", false, false, false}};
+  ASSERT_EQ(subtitles.size(), std::size(rows));
+  for (Json::ArrayIndex i = 0; i < subtitles.size(); ++i) {
+    SCOPED_TRACE(rows[i].track);
+    EXPECT_EQ(subtitles[i]["track"], rows[i].track);
+    EXPECT_EQ(subtitles[i]["codec"], rows[i].codec);
+    EXPECT_EQ(subtitles[i]["language"], rows[i].language);
+    EXPECT_EQ(subtitles[i]["title"], rows[i].title);
+    EXPECT_EQ(subtitles[i]["default"], rows[i].is_default);
+    EXPECT_EQ(subtitles[i]["forced"], rows[i].forced);
+    EXPECT_EQ(subtitles[i]["hearing_impaired"], rows[i].hearing_impaired);
+  }
+}
+
+TEST(VideoMetaData, ListsSubtitlesOfEveryContainer) {
+  const Json::Value subtitles = SubtitlesOf("subtitles.mp4");
+  ASSERT_EQ(subtitles.size(), 2U);
+  EXPECT_EQ(subtitles[0]["codec"], "mov_text");
+  EXPECT_EQ(subtitles[1]["track"], "3");
+  EXPECT_EQ(subtitles[1]["language"], "fre");
+  const Json::Value many = SubtitlesOf("many_subtitles.mkv");
+  ASSERT_EQ(many.size(), 40U);
+  EXPECT_EQ(many[39]["track"], "41");
+}
+
+TEST(VideoMetaData, LeavesAListOfSubtitlesAsItWasWhereThereAreNone) {
+  EXPECT_TRUE(SubtitlesOf("silent.mp4").isNull());
+  Json::Value list(Json::arrayValue);
+  list.append("one");
+  ASSERT_TRUE(Loaded("silent.mp4").GetSubtitleTrackInfo(list));
+  EXPECT_EQ(list.size(), 1U);
+  ASSERT_TRUE(Loaded("subtitles.mp4").GetSubtitleTrackInfo(list));
+  EXPECT_EQ(list.size(), 3U);
 }
 
 TEST(VideoMetaData, CopiesShareALoadAndNoLaterOne) {

@@ -1,0 +1,43 @@
+// A subtitle file on its way to a player, with nothing doubled: Enca, the converter, clean-up, WebVTT. Needs
+// the fixed places.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "library/subtitle/method_arguments.h"
+
+namespace kinora::texts {
+
+std::string ReadFile(const std::filesystem::path& path);
+void WriteFile(const std::filesystem::path& path, const std::string& bytes);
+
+// The text in another charset, as iconv(3) writes it. Throws std::runtime_error when it has no such letters.
+std::string Encoded(const std::string& utf8, const std::string& charset);
+
+class Chain : public testing::Test {
+ protected:
+  Chain();
+  ~Chain() override;
+
+  // From now on this is the machine's code page.
+  static void Speak(const std::string& codepage);
+
+  // A subtitle file with these bytes, which may be read by everybody.
+  std::string Put(const std::string& bytes) const;
+
+  // The text in UTF-8; empty when there is none.
+  std::string Converted(const std::string& bytes, const std::string& charset) const;
+
+  // What a player is answered that asks for the subtitle with these wishes; empty when there is nothing to
+  // send.
+  std::string Answer(const std::string& bytes,
+                     const crvnkn::webapi::subtitle::GetMethodArguments& wishes) const;
+
+ private:
+  std::filesystem::path folder_;
+};
+
+}  // namespace kinora::texts

@@ -30,6 +30,7 @@ class KINORA_EXPORT OutputSubtitle : public GetMethodArguments {
   std::string GetContent() const;
 
  private:
+  bool ProcessAsRoot();
   void CheckDLNAPath();
   void CheckNeedPreview();
   bool ProcessOutputContant();

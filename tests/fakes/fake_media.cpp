@@ -4,6 +4,7 @@
 
 #include "contract/media/database.h"
 #include "contract/media/json_file.h"
+#include "contract/media/personal_setting.h"
 #include "contract/media/video_formate_profile.h"
 #include "tests/fakes/script.h"
 
@@ -39,6 +40,7 @@ namespace api {
 struct FileAPI::State : Open {};
 struct CollectionAPI::State : Open {};
 struct ParentalControl::State : Open {};
+struct PersonalSetting::State : Open {};
 
 FileAPI::FileAPI() : state_(std::make_shared<State>()) {}
 
@@ -76,6 +78,16 @@ bool ParentalControl::IsPinCorrect(const std::string& pin) const {
   Called("IsPinCorrect", pin);
   FailIfScripted();
   return !pin.empty() && pin == TheScript().right_pin;
+}
+
+PersonalSetting::PersonalSetting(unsigned int uid) : state_(std::make_shared<State>()) {
+  Called("PersonalSetting", uid);
+}
+
+record::PersonalSetting PersonalSetting::Get() const {
+  Called("Get");
+  FailIfScripted();
+  return record::PersonalSetting(TheScript().traditional_chinese);
 }
 
 }  // namespace api

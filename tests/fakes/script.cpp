@@ -3,7 +3,9 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <random>
 
 #include "contract/webapi/join_string.h"
 
@@ -32,6 +34,22 @@ bool LinkWorkingFolder(uint64_t, const std::string& id, const std::string& type)
   return !failure;
 }
 
+std::string MakeEaFolder(const std::string& path) {
+  namespace fs = std::filesystem;
+  const fs::path file(path);
+  const fs::path folder = file.parent_path() / ".kinora" / file.filename();
+  std::error_code failure;
+  if (!fs::exists(file, failure)) return "";
+  fs::create_directories(folder, failure);
+  return failure ? "" : folder;
+}
+
+// Tests run side by side, and what they name by it lies in one /tmp.
+std::string OneOfThisProcess(int length) {
+  static const std::string digits = std::to_string(std::random_device()()) + "0000000000";
+  return digits.substr(0, static_cast<size_t>(std::max(length, 0)));
+}
+
 }  // namespace
 
 Script::Script()
@@ -39,7 +57,10 @@ Script::Script()
       make_fragment([] { return true; }),
       read_body([](char*, unsigned int) { return 0; }),
       execute(RunForReal),
-      run([](const std::vector<std::string>&) { return 0; }) {}
+      run([](const std::vector<std::string>&) { return 0; }),
+      ea_folder(MakeEaFolder),
+      random_string(OneOfThisProcess),
+      simple_convert([](const std::string& text) { return text; }) {}
 
 Script& TheScript() {
   static Script script;

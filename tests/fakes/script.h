@@ -47,7 +47,8 @@ struct Script {
   std::vector<LibKinora::db::record::File> files;
   std::vector<LibKinora::db::record::Collection> collections;
   bool file_allowed = true;
-  std::string right_pin;  // empty: none is right
+  std::string right_pin;             // empty: none is right
+  bool traditional_chinese = false;  // the setting of every account
 
   // The format rules.
   std::vector<std::string> formats{"raw"};
@@ -73,6 +74,11 @@ struct Script {
   int available_volumes = 1;
   VolumeInfo available_volume;
   unsigned int volume_flags = 0;
+  // The extended-attribute folder of a file; empty: there is none. By default it is made where it really is.
+  std::function<std::string(const std::string& path)> ea_folder;
+  std::function<std::string(int length)> random_string;                // by default the same one each time
+  std::string language;                                                // in the name of every subtitle
+  std::function<std::string(const std::string& text)> simple_convert;  // by default as it was
 
   Script();
 };

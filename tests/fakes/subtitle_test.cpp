@@ -1,0 +1,92 @@
+#include "tests/fakes/subtitle_test.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace kinora::fakes {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kCachePrefix[] = "CRVNVIDEO_2_0_SUBTITLE_";
+
+}  // namespace
+
+SubtitleTest::SubtitleTest() {
+  std::string name = "/tmp/subtitle-XXXXXX";
+  folder_ = ::mkdtemp(name.data());
+  PutBeside("film.mkv", "film", std::chrono::hours(240));
+  TheScript().settings["codepage"] = "enu";
+}
+
+SubtitleTest::~SubtitleTest() { fs::remove_all(folder_); }
+
+fs::path SubtitleTest::Put(const fs::path& file, const std::string& content, std::chrono::seconds age) {
+  fs::create_directories(file.parent_path());
+  std::ofstream(file, std::ios::binary) << content;
+  SetAge(file, age);
+  return file;
+}
+
+fs::path SubtitleTest::PutBeside(const std::string& name, const std::string& content,
+                                 std::chrono::seconds age) const {
+  return Put(folder_ / name, content, age);
+}
+
+fs::path SubtitleTest::PutInCache(const fs::path& source, const std::string& name, const std::string& content,
+                                  std::chrono::seconds age) {
+  return Put(CacheFile(source, name), content, age);
+}
+
+fs::path SubtitleTest::CacheFile(const fs::path& source, const std::string& name) {
+  return source.parent_path() / ".kinora" / source.filename() / (kCachePrefix + name + ".srt");
+}
+
+std::vector<std::string> SubtitleTest::Cached(const fs::path& source) {
+  std::vector<std::string> names;
+  std::error_code none;
+  for (const auto& entry : fs::directory_iterator(CacheFile(source, "").parent_path(), none)) {
+    std::string name = entry.path().filename();
+    if (name.rfind(kCachePrefix, 0) == 0) name.erase(0, sizeof kCachePrefix - 1);
+    const size_t extension = name.rfind(".srt");
+    if (extension != std::string::npos) name.erase(extension, 4);
+    names.push_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::string SubtitleTest::Content(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  std::ostringstream content;
+  content << stream.rdbuf();
+  return content.str();
+}
+
+void SubtitleTest::SetAge(const fs::path& file, std::chrono::seconds age) {
+  fs::last_write_time(file, fs::file_time_type::clock::now() - age);
+}
+
+crvnkn::webapi::subtitle::GetMethodArguments SubtitleTest::Wish(const std::string& subtitle_id) const {
+  crvnkn::webapi::subtitle::GetMethodArguments wish;
+  wish.video_path = Film();
+  wish.subtitle_id = subtitle_id;
+  return wish;
+}
+
+std::string SubtitleTest::Scratch(const std::string& prefix) {
+  return "/tmp/CRVNVIDEO_" + prefix + "_" + TheScript().random_string(8) + ".srt";
+}
+
+std::vector<std::string> SubtitleTest::LeftScratch() {
+  std::vector<std::string> left;
+  for (const char* const prefix : {"utf8-1", "utf8-2", "ffmpeg"}) {
+    if (fs::exists(fs::symlink_status(Scratch(prefix)))) left.push_back(Scratch(prefix));
+  }
+  return left;
+}
+
+}  // namespace kinora::fakes

@@ -70,7 +70,7 @@ std::string Chain::Converted(const std::string& bytes, const std::string& charse
   return ToUTF8(Put(bytes), charset, output) ? ReadFile(output) : "";
 }
 
-std::string Chain::Answer(const std::string& bytes, const GetMethodArguments& wishes) const {
+std::string Chain::Answer(const std::string& bytes, const Wishes& wishes) const {
   const std::string clean = CleanUpTags(
       Converted(bytes, wishes.codepage),
       {.keep_basic_tags = wishes.keep_basic_tags, .strip_stray_brackets = wishes.strip_stray_brackets});

@@ -7,8 +7,6 @@
 #include <filesystem>
 #include <string>
 
-#include "library/subtitle/method_arguments.h"
-
 namespace kinora::texts {
 
 std::string ReadFile(const std::filesystem::path& path);
@@ -16,6 +14,16 @@ void WriteFile(const std::filesystem::path& path, const std::string& bytes);
 
 // The text in another charset, as iconv(3) writes it. Throws std::runtime_error when it has no such letters.
 std::string Encoded(const std::string& utf8, const std::string& charset);
+
+// What a player asks for.
+struct Wishes {
+  std::string codepage = "auto";
+  int start_time = -1;
+  int end_time = -1;
+  bool output_webvtt = false;
+  bool keep_basic_tags = false;
+  bool strip_stray_brackets = true;
+};
 
 class Chain : public testing::Test {
  protected:
@@ -33,8 +41,7 @@ class Chain : public testing::Test {
 
   // What a player is answered that asks for the subtitle with these wishes; empty when there is nothing to
   // send.
-  std::string Answer(const std::string& bytes,
-                     const crvnkn::webapi::subtitle::GetMethodArguments& wishes) const;
+  std::string Answer(const std::string& bytes, const Wishes& wishes) const;
 
  private:
   std::filesystem::path folder_;

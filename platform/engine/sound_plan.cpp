@@ -4,7 +4,7 @@
 #include <set>
 #include <string_view>
 
-#include "platform/engine/languages.h"
+#include "platform/system/languages.h"
 
 namespace kinora::engine {
 namespace {
@@ -68,7 +68,7 @@ AudioPlan Encoded(const AudioTraits& audio, const std::string& format, const med
 std::string NameOf(const AudioTraits& audio, const std::string& language, size_t position,
                    const std::set<std::string>& taken) {
   std::string name = audio.title;
-  if (name.find_first_not_of(" \t\r\n") == std::string::npos) name = LanguageName(language);
+  if (name.find_first_not_of(" \t\r\n") == std::string::npos) name = system::LanguageName(language);
   if (name.empty()) name = "Track " + std::to_string(position);
   std::string unique = name;
   for (int i = 2; taken.contains(unique); ++i) unique = name + " (" + std::to_string(i) + ")";
@@ -102,7 +102,7 @@ std::variant<std::vector<AudioPlan>, Refusal> PlanSound(const SourceTraits& sour
         can_copy && IsCopied(audio, wishes.audio_format, profile.audio_channels, ways.copies, mp3);
     if (!copied && !(ways.encodes && CanBeEncoded(audio))) continue;
     AudioPlan plan = copied ? Copied(audio) : Encoded(audio, wishes.audio_format, profile);
-    plan.language = LanguageTag(audio.language);
+    plan.language = system::LanguageTag(audio.language);
     plan.name = NameOf(audio, plan.language, i + 1, names);
     names.insert(plan.name);
     plan.is_default = std::to_string(audio.track) == first;

@@ -1,8 +1,8 @@
-#include "platform/engine/languages.h"
+#include "platform/system/languages.h"
 
 #include <gtest/gtest.h>
 
-namespace kinora::engine {
+namespace kinora::system {
 namespace {
 
 TEST(Languages, AreWrittenInTheirShortestForm) {
@@ -40,5 +40,18 @@ TEST(Languages, HaveNames) {
   EXPECT_EQ(LanguageName(""), "");
 }
 
+TEST(Languages, AreKnownByTheirCodes) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"en", "en"}, {"EN", "en"}, {"eng", "en"}, {"ger", "de"}, {"deu", "de"},  {"the", ""},
+      {"xx", ""},   {"", ""},     {"e", ""},     {"en ", ""},   {"english", ""}};
+  for (const auto& [code, tag] : cases) EXPECT_EQ(LanguageByCode(code), tag) << code;
+}
+
+TEST(Languages, AreKnownByTheirNames) {
+  const std::pair<const char*, const char*> cases[] = {{"English", "en"}, {"GERMAN", "de"}, {"chinese", "zh"},
+                                                       {"Klingon", ""},   {"", ""},         {"en", ""}};
+  for (const auto& [name, tag] : cases) EXPECT_EQ(LanguageByName(name), tag) << name;
+}
+
 }  // namespace
-}  // namespace kinora::engine
+}  // namespace kinora::system

@@ -1,10 +1,10 @@
-#include "platform/engine/languages.h"
+#include "platform/system/languages.h"
 
 #include <algorithm>
 
 #include "platform/base/text.h"
 
-namespace kinora::engine {
+namespace kinora::system {
 namespace {
 
 constexpr size_t kLongestTag = 35;
@@ -243,9 +243,22 @@ std::string LanguageTag(std::string_view code) {
   return text.size() <= kLongestTag && AreSubtags(rest) ? tag + "-" + rest : tag;
 }
 
+std::string LanguageByCode(std::string_view code) {
+  const Language* const known = Find(base::ToLowerAscii(code));
+  return known == nullptr ? "" : std::string(known->two);
+}
+
+std::string LanguageByName(std::string_view name) {
+  const std::string text = base::ToLowerAscii(name);
+  for (const Language& language : kLanguages) {
+    if (text == base::ToLowerAscii(language.name)) return std::string(language.two);
+  }
+  return "";
+}
+
 std::string LanguageName(std::string_view tag) {
   const Language* const known = Find(tag.substr(0, tag.find('-')));
   return known == nullptr ? "" : std::string(known->name);
 }
 
-}  // namespace kinora::engine
+}  // namespace kinora::system

@@ -9,7 +9,9 @@ namespace CRVNUtils {
 // One run of one program. The child gets no shell, a fixed environment, /dev/null as standard input and no
 // descriptor but the standard ones; its standard error goes to the log. It is never root: it works under the
 // service's account, which must be able to read and write what its arguments name. Ten minutes, as many of
-// processor time, 4 GB of memory and 2 GB in a file are its limits.
+// processor time, 4 GB of memory and 2 GB in a file are its limits. What ffmpeg is to read (the argument
+// after
+// "-i") must be one plain file, whose content does not make ffmpeg open others.
 class ProcessRunner {
  public:
   // `program` is an absolute path, and so is `name`, its argument 0: the same one.

@@ -17,9 +17,10 @@ Json::Value PathInfo(const std::string& path);
 // Fills `list` with the absolute paths of the video's external subtitles, sorted: plain files (links are
 // none) beside it and in the folders "Subs" and "Subtitles" beside it, in whatever case these are written,
 // whose extension is one of a subtitle's and whose name is the video's without its extension, or begins with
-// that and a point, a blank, "-", "_", "(" or "[". The video itself need not be there; where its folder is
-// not, there are none. 0, or a negative number, with a line in the system log, when the folder is there and
-// cannot be read.
+// that and a point, a blank, "-", "_", "(" or "[". Left out are those that fit another video beside it better
+// ("Movie 2.srt" where there is "Movie 2.mkv"), and files "sub" that hold pictures (there is an "idx" of the
+// same name). The video itself need not be there; where its folder is not, there are none. 0, or a negative
+// number, with a line in the system log, when the folder is there and cannot be read.
 int GetExternalSubtitle(const std::string& video_path, Json::Value& list);
 
 // Whether subtitles within a file of this container (VideoMetaData::GetContainer) can be asked for.

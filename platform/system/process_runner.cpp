@@ -1,6 +1,7 @@
 #include "contract/system/process_runner.h"
 
 #include "platform/system/child.h"
+#include "platform/system/media_guard.h"
 
 namespace CRVNUtils {
 namespace {
@@ -26,6 +27,13 @@ ProcessRunner::ProcessRunner(const char* program, const char* name) : state_(std
   if (state_->sound) state_->command.arguments.emplace_back(program);
 }
 
+ProcessRunner::ProcessRunner(const char* program, const char* const argv[])
+    : ProcessRunner(program, argv == nullptr ? nullptr : argv[0]) {
+  if (!state_->sound) return;
+  for (const char* const* argument = argv + 1; *argument != nullptr; ++argument)
+    state_->command.arguments.emplace_back(*argument);
+}
+
 void ProcessRunner::addArguments(const char* a1, const char* a2, const char* a3, const char* a4,
                                  const char* a5, const char* a6, const char* a7, const char* a8,
                                  const char* a9) {
@@ -36,7 +44,7 @@ void ProcessRunner::addArguments(const char* a1, const char* a2, const char* a3,
 }
 
 int ProcessRunner::run(bool wait, bool capture) {
-  if (!wait || !state_->sound) return kNotRun;
+  if (!wait || !state_->sound || !kinora::system::ReadsOneFile(state_->command.arguments)) return kNotRun;
   ChildResult result = kinora::system::RunChild(state_->command);
   if (capture) state_->output = std::move(result.output);
   if (result.end == ChildResult::End::kExited) return result.status;
@@ -44,5 +52,14 @@ int ProcessRunner::run(bool wait, bool capture) {
 }
 
 std::string ProcessRunner::getCapturedOutput() const { return state_->output; }
+
+std::string ProcessRunner::toString() const {
+  std::string text;
+  for (const std::string& argument : state_->command.arguments) {
+    if (!text.empty()) text += ' ';
+    text += argument;
+  }
+  return text;
+}
 
 }  // namespace CRVNUtils

@@ -27,7 +27,7 @@ TEST_F(ProcessRunnerTest, IsNegativeWhenNothingRanOrASignalEndedIt) {
   const std::string missing = folder_ / "missing";
   EXPECT_LT(ProcessRunner(missing.c_str(), missing.c_str()).run(true, false), 0);
   EXPECT_LT(ProcessRunner("stub", "stub").run(true, false), 0);
-  EXPECT_LT(ProcessRunner(nullptr, nullptr).run(true, false), 0);
+  EXPECT_LT(ProcessRunner(nullptr, static_cast<const char*>(nullptr)).run(true, false), 0);
 }
 
 TEST_F(ProcessRunnerTest, RefusesWhatItDoesNotDo) {
@@ -42,6 +42,38 @@ TEST_F(ProcessRunnerTest, HandsTheArgumentsOnInOrderUpToTheFirstNull) {
   runner.addArguments(nullptr, "c");
   EXPECT_EQ(runner.run(true, true), 0);
   EXPECT_EQ(runner.getCapturedOutput(), "1 2 3 4 5 6 7 8 9 $HOME a\n");
+}
+
+TEST_F(ProcessRunnerTest, TakesAllArgumentsAtOnce) {
+  const char* const arguments[] = {"/bin/echo", "1", "2", "3",        "4", "5",     "6",
+                                   "7",         "8", "9", "10 $HOME", "",  nullptr, "x"};
+  ProcessRunner runner("/bin/echo", arguments);
+  runner.addArguments("more");
+  EXPECT_EQ(runner.run(true, true), 0);
+  EXPECT_EQ(runner.getCapturedOutput(), "1 2 3 4 5 6 7 8 9 10 $HOME  more\n");
+  EXPECT_EQ(runner.toString(), "/bin/echo 1 2 3 4 5 6 7 8 9 10 $HOME  more");
+}
+
+TEST_F(ProcessRunnerTest, RefusesArgumentsThatDoNotBeginWithTheProgram) {
+  const char* const none[] = {nullptr};
+  const char* const another[] = {"/bin/true", nullptr};
+  EXPECT_LT(ProcessRunner("/bin/echo", none).run(true, false), 0);
+  EXPECT_LT(ProcessRunner("/bin/echo", another).run(true, false), 0);
+  EXPECT_LT(ProcessRunner("/bin/echo", static_cast<const char* const*>(nullptr)).run(true, false), 0);
+  EXPECT_LT(ProcessRunner(nullptr, another).run(true, false), 0);
+  EXPECT_EQ(ProcessRunner("/bin/echo", another).toString(), "");
+}
+
+// Not even started, so that whatever it is does not matter.
+TEST_F(ProcessRunnerTest, GivesNoListsOfFilesToFfmpeg) {
+  const std::string program = folder_ / "ffmpeg";
+  const std::string film = folder_ / "film.mkv";
+  std::filesystem::copy_file(stub_, program);
+  const char* const arguments[] = {program.c_str(), "-y", "-i", film.c_str(), nullptr};
+  std::ofstream(film) << "\x1A\x45\xDF\xA3";
+  EXPECT_EQ(ProcessRunner(program.c_str(), arguments).run(true, false), 0);
+  std::ofstream(film) << "#EXTM3U\n";
+  EXPECT_LT(ProcessRunner(program.c_str(), arguments).run(true, false), 0);
 }
 
 TEST_F(ProcessRunnerTest, KeepsTheOutputAwayFromTheAnswer) {

@@ -74,6 +74,9 @@ std::string ReadAll(const Descriptor& file, off_t size) {
   return content;
 }
 
+constexpr char kNoFolder[] = "its folder is not there, or behind a link";
+constexpr char kNotOwn[] = "not a plain file of its folder's owner";
+
 std::string Refuse(const std::string& path, const char* reason) {
   KINORA_LOG(LOG_ERR, kLogUnit, "cannot use %s: %s", path.c_str(), reason);
   return "";
@@ -89,18 +92,19 @@ bool IsOwnCacheFile(const std::string& path) {
       IsOwn(folder, status)) {
     return true;
   }
-  Refuse(path, "not a plain file of its folder's owner");
+  Refuse(path, folder ? kNotOwn : kNoFolder);
   return false;
 }
 
 std::string ReadCacheFile(const std::string& path) {
   const fs::path name(path);
   const Descriptor folder = OpenFolder(name.parent_path());
+  if (!folder) return Refuse(path, kNoFolder);
   const Descriptor file(::openat(folder.Number(), name.filename().c_str(),
                                  O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat status {};
   if (!file || ::fstat(file.Number(), &status) != 0) return Refuse(path, std::strerror(errno));
-  if (!IsOwn(folder, status)) return Refuse(path, "not a plain file of its folder's owner");
+  if (!IsOwn(folder, status)) return Refuse(path, kNotOwn);
   if (status.st_size > kMostBytes) return Refuse(path, "too large for a subtitle");
   return ReadAll(file, status.st_size);
 }

@@ -13,6 +13,17 @@ namespace {
 
 constexpr char kCachePrefix[] = "CRVNVIDEO_2_0_SUBTITLE_";
 
+fs::path OutputOf(const std::vector<std::string>& command) {
+  const auto option = std::find(command.begin(), command.end(), "--output");
+  return option == command.end() ? "" : *(option + 1);
+}
+
+int CopyAsConverter(const std::vector<std::string>& command) {
+  std::error_code failure;
+  fs::copy_file(command.back(), OutputOf(command), failure);
+  return failure ? 1 : 0;
+}
+
 }  // namespace
 
 SubtitleTest::SubtitleTest() {
@@ -20,6 +31,7 @@ SubtitleTest::SubtitleTest() {
   folder_ = ::mkdtemp(name.data());
   PutBeside("film.mkv", "film", std::chrono::hours(240));
   TheScript().settings["codepage"] = "enu";
+  TheScript().run = CopyAsConverter;
 }
 
 SubtitleTest::~SubtitleTest() { fs::remove_all(folder_); }
@@ -59,6 +71,13 @@ std::vector<std::string> SubtitleTest::Cached(const fs::path& source) {
   return names;
 }
 
+void SubtitleTest::LetConverterWrite(const std::string& text) {
+  TheScript().run = [text](const std::vector<std::string>& command) {
+    std::ofstream(OutputOf(command), std::ios::binary) << text;
+    return 0;
+  };
+}
+
 std::string SubtitleTest::Content(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
   std::ostringstream content;
@@ -69,6 +88,8 @@ std::string SubtitleTest::Content(const fs::path& file) {
 void SubtitleTest::SetAge(const fs::path& file, std::chrono::seconds age) {
   fs::last_write_time(file, fs::file_time_type::clock::now() - age);
 }
+
+bool SubtitleTest::IsThere(const fs::path& file) { return fs::exists(fs::symlink_status(file)); }
 
 crvnkn::webapi::subtitle::GetMethodArguments SubtitleTest::Wish(const std::string& subtitle_id) const {
   crvnkn::webapi::subtitle::GetMethodArguments wish;
@@ -84,7 +105,7 @@ std::string SubtitleTest::Scratch(const std::string& prefix) {
 std::vector<std::string> SubtitleTest::LeftScratch() {
   std::vector<std::string> left;
   for (const char* const prefix : {"utf8-1", "utf8-2", "ffmpeg"}) {
-    if (fs::exists(fs::symlink_status(Scratch(prefix)))) left.push_back(Scratch(prefix));
+    if (IsThere(Scratch(prefix))) left.push_back(Scratch(prefix));
   }
   return left;
 }

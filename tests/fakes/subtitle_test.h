@@ -11,7 +11,8 @@
 
 namespace kinora::fakes {
 
-// A folder of its own in /tmp with the film "film.mkv", ten days old. The machine's code page is "enu".
+// A folder of its own in /tmp with the film "film.mkv", ten days old. The machine's code page is "enu", and
+// the converter copies.
 class SubtitleTest : public ScriptedTest {
  protected:
   SubtitleTest();
@@ -32,8 +33,12 @@ class SubtitleTest : public ScriptedTest {
   // What the cache of the source holds, sorted; the name's common parts left out.
   static std::vector<std::string> Cached(const std::filesystem::path& source);
 
+  // A converter that writes this and succeeds.
+  static void LetConverterWrite(const std::string& text);
+
   static std::string Content(const std::filesystem::path& file);
   static void SetAge(const std::filesystem::path& file, std::chrono::seconds age);
+  static bool IsThere(const std::filesystem::path& file);  // be it a link that leads nowhere
 
   // For the film's subtitle.
   crvnkn::webapi::subtitle::GetMethodArguments Wish(const std::string& subtitle_id) const;

@@ -15,6 +15,7 @@
 
 #include "platform/base/descriptor.h"
 #include "platform/base/file_time.h"
+#include "platform/base/folder.h"
 #include "platform/base/log.h"
 #include "platform/engine/stream_id.h"
 #include "platform/engine/stream_places.h"
@@ -26,6 +27,7 @@ namespace kinora::engine {
 namespace {
 
 using base::Descriptor;
+using base::NamesIn;
 
 constexpr char kUnit[] = "engine/housekeeping";
 constexpr int64_t kHour = int64_t{3600} * 1'000'000'000;

@@ -9,6 +9,7 @@
 #include <climits>
 #include <optional>
 
+#include "platform/base/folder.h"
 #include "platform/engine/stream_folder.h"
 #include "platform/engine/stream_id.h"
 #include "platform/engine/stream_places.h"
@@ -18,6 +19,7 @@ namespace kinora::engine {
 namespace {
 
 using base::Descriptor;
+using base::NamesIn;
 
 // Read without a trace, which would pass for use.
 std::string PathOfRaw(int stream) {

@@ -1,6 +1,5 @@
 #include "platform/engine/stream_places.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -10,9 +9,9 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <memory>
 
 #include "platform/base/file_time.h"
+#include "platform/base/folder.h"
 #include "platform/engine/job_lock.h"
 #include "platform/engine/stream_id.h"
 #include "platform/system/places.h"
@@ -21,6 +20,7 @@ namespace kinora::engine {
 namespace {
 
 using base::Descriptor;
+using base::NamesIn;
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
@@ -41,20 +41,6 @@ Descriptor OpenOwnFolder(int parent, const std::string& name) {
 
 Descriptor OpenWorkFolder(int stream) {
   return Descriptor(::openat(stream, kStreamWorkFolder, kFolderFlags));
-}
-
-std::vector<std::string> NamesIn(int folder) {
-  Descriptor readable(::openat(folder, ".", kFolderFlags));
-  const std::unique_ptr<DIR, int (*)(DIR*)> listing(readable ? ::fdopendir(readable.Get()) : nullptr,
-                                                    ::closedir);
-  std::vector<std::string> names;
-  if (!listing) return names;
-  static_cast<void>(readable.Release());  // the listing's now
-  while (const dirent* const entry = ::readdir(listing.get())) {
-    const std::string name = entry->d_name;
-    if (name != "." && name != "..") names.push_back(name);
-  }
-  return names;
 }
 
 bool IsHeld(int folder, const char* name) {

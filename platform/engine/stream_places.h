@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <map>
 #include <string>
-#include <vector>
 
 #include "platform/base/descriptor.h"
 
@@ -18,9 +17,6 @@ inline constexpr char kRunPrefix[] = "run-";  // of the folders in it, one for e
 base::Descriptor OpenOwnFolder(int parent, const std::string& name);
 // The work folder of a stream, which belongs to whoever children are.
 base::Descriptor OpenWorkFolder(int stream);
-
-// Of what lies in the folder, but for itself and its parent, in no order.
-std::vector<std::string> NamesIn(int folder);
 
 // Whether somebody holds the lock (flock) on the file.
 bool IsHeld(int folder, const char* name);

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "platform/base/descriptor.h"
+#include "platform/base/folder.h"
 #include "platform/base/log.h"
 #include "platform/system/places.h"
 
@@ -65,20 +65,6 @@ Descriptor Step(int parent, const std::string& name, mode_t mode) {
   return next;
 }
 
-// Empty when the path is not one to go by: not absolute, or with a part that stays or goes up.
-std::vector<std::string> PartsOf(const std::string& path) {
-  std::vector<std::string> parts = {"/"};
-  if (!path.starts_with('/') || path.find('\0') != std::string::npos) return {};
-  for (size_t start = 1; start < path.size();) {
-    const size_t end = std::min(path.find('/', start), path.size());
-    std::string part = path.substr(start, end - start);
-    start = end + 1;
-    if (part == "." || part == "..") return {};
-    if (!part.empty()) parts.push_back(std::move(part));
-  }
-  return parts;
-}
-
 bool Refuse(const std::string& path, const char* reason) {
   kinora::base::Log(LOG_ERR, "system/crvn_fs", "cannot make the directory " + path + ": " + reason);
   return false;
@@ -89,7 +75,7 @@ bool Refuse(const std::string& path, const char* reason) {
 namespace libkn::critical::crvnsdk {
 
 bool CRVNFSMkdirPKinora(const std::string& path, unsigned int mode) {
-  const std::vector<std::string> parts = PartsOf(path);
+  const std::vector<std::string> parts = kinora::base::PartsOf(path);
   if (parts.empty()) return Refuse(path, "no absolute path");
   Descriptor here(::open("/", O_PATH | kStepFlags));
   std::string walked;

@@ -21,6 +21,7 @@
 #include "platform/media/store.h"
 #include "platform/system/places.h"
 #include "platform/system/settings.h"
+#include "platform/system/sidecars.h"
 
 namespace kinora::cli {
 namespace {
@@ -50,6 +51,7 @@ media::ScanProgress ScanOnce(media::Store& store) {
   const auto films = [&] { return media::Catalog(store).Paths(); };
   engine::KeepPicturesOf(films);
   engine::KeepIndexesOf(films);
+  system::RemoveSidecarsOfMissingFiles();
   return progress;
 }
 

@@ -20,7 +20,8 @@ struct ChildLimits {
 
 enum class ChildIdentity {
   kDropped,  // all rights given up for good, verified before the program starts
-  kCaller,   // the caller's effective identity becomes the only one; refused but for /bin/rm and /bin/cp
+  kCaller,   // the caller's effective identity becomes the only one; refused but for /bin/rm
+  kOwner,    // that of the owner of `owned` (RightsOfOwner); refused but for /bin/cp
 };
 
 struct Command {
@@ -29,6 +30,7 @@ struct Command {
       descriptors;  // {ours, the child's number, 3 or more}: open files handed over
   ChildLimits limits;
   ChildIdentity identity = ChildIdentity::kDropped;
+  int owned = -1;  // with kOwner: an open file or folder
 };
 
 struct ChildResult {
@@ -41,11 +43,11 @@ struct ChildResult {
 };
 
 // Starts the program, waits for it and gives what it wrote. Standard input is /dev/null, the environment
-// holds PATH and LANG alone, the folder is the root. The child leads its own process group and dies with the
-// calling thread; the group is killed as a whole when a limit is met and also when the child has ended, so
-// that nobody whom it has started stays behind or is waited for. kNotStarted, with a line in the log: not one
-// instruction of the program has run. May be called from several threads at once; SIGCHLD must not be
-// ignored. Never throws but for want of memory.
+// holds PATH and LANG alone, the folder is the root, what it makes others may read. The child leads its own
+// process group and dies with the calling thread; the group is killed as a whole when a limit is met and also
+// when the child has ended, so that nobody whom it has started stays behind or is waited for. kNotStarted,
+// with a line in the log: not one instruction of the program has run. May be called from several threads at
+// once; SIGCHLD must not be ignored. Never throws but for want of memory.
 ChildResult RunChild(const Command& command);
 
 }  // namespace kinora::system

@@ -6,6 +6,7 @@
 
 #include "platform/base/log.h"
 #include "platform/system/child.h"
+#include "platform/system/guarded_copy.h"
 
 namespace {
 
@@ -13,8 +14,8 @@ using kinora::system::ChildIdentity;
 using kinora::system::ChildResult;
 using kinora::system::Command;
 
-constexpr std::chrono::minutes kFileWorkDeadline{10};
-constexpr unsigned int kFileWorkCpuSeconds = 600;
+constexpr std::chrono::minutes kRemovalDeadline{10};
+constexpr unsigned int kRemovalCpuSeconds = 600;
 constexpr int kNotStarted = -1;
 constexpr int kKilled = -2;
 
@@ -58,11 +59,16 @@ int HLIBCExec(const char* program, ...) {
     command.arguments.emplace_back(argument);
   va_end(arguments);
 
-  if (command.arguments[0] == "/bin/rm" || command.arguments[0] == "/bin/cp") {
-    if (!IsSafeFileWork(command)) return kNotStarted;
+  const bool copies = command.arguments[0] == "/bin/cp";
+  if ((copies || command.arguments[0] == "/bin/rm") && !IsSafeFileWork(command)) return kNotStarted;
+  if (copies) {
+    if (command.arguments.size() != 3) return kNotStarted;
+    return kinora::system::CopyFile(command.arguments[1], command.arguments[2]);
+  }
+  if (command.arguments[0] == "/bin/rm") {
     command.identity = ChildIdentity::kCaller;
-    command.limits.deadline = kFileWorkDeadline;
-    command.limits.cpu_seconds = kFileWorkCpuSeconds;
+    command.limits.deadline = kRemovalDeadline;
+    command.limits.cpu_seconds = kRemovalCpuSeconds;
     command.limits.file_size = std::numeric_limits<uint64_t>::max();
   }
   const ChildResult result = kinora::system::RunChild(command);

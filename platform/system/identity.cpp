@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -196,6 +197,25 @@ ChildRights CallerRights() {
   rights.gid = ::getegid();
   rights.keep_capabilities = rights.uid == 0;
   return rights;
+}
+
+ChildRights RightsOfOwner(uid_t uid, gid_t gid) {
+  ChildRights rights = CallerRights();
+  rights.keep_capabilities = false;
+  if (rights.uid != 0 || InViewOfOneId()) return rights;
+  rights.uid = uid;
+  rights.gid = gid;
+  rights.groups.emplace();
+  return rights;
+}
+
+RootSection::RootSection() : before_(::geteuid()) {
+  // Refused to those who have no way to root; they go on as who they are.
+  if (before_ != 0) entered_ = ::setresuid(kUnchangedUid, 0, kUnchangedUid) == 0;
+}
+
+RootSection::~RootSection() {
+  if (entered_ && ::setresuid(kUnchangedUid, before_, kUnchangedUid) != 0) std::abort();
 }
 
 bool AssumeRights(const ChildRights& rights) noexcept {

@@ -38,6 +38,25 @@ std::optional<ChildRights> DroppedRights(const Settings& settings);
 // The effective identity as the only one.
 ChildRights CallerRights();
 
+// What a child needs to work for the owner of a file or folder and as nobody else: the owner's identity when
+// the process is effectively root, its own effective one when not, or where there is nobody else to become.
+// No capabilities, even for root.
+ChildRights RightsOfOwner(uid_t uid, gid_t gid);
+
+// Effective root for as long as it lives, in a process that has root's id as its real or saved one; changes
+// nothing in any other. A process that could not go back is ended.
+class RootSection {
+ public:
+  RootSection();
+  ~RootSection();
+  RootSection(const RootSection&) = delete;
+  RootSection& operator=(const RootSection&) = delete;
+
+ private:
+  uid_t before_;
+  bool entered_ = false;
+};
+
 // Takes the rights on for good, with no way back, and verifies that. Only for a process that is about to
 // execute another program; calls nothing that a child of a threaded process may not call. false, with errno,
 // when anything could not be done as it should.

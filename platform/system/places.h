@@ -15,6 +15,7 @@ inline constexpr char kVar[] = "/var/packages/Kinora/var";
 inline constexpr char kDatabaseFile[] = "/var/packages/Kinora/var/database/kinora.db";
 inline constexpr char kPictureCache[] = "/var/packages/Kinora/var/pictures";
 inline constexpr char kIndexCache[] = "/var/packages/Kinora/var/indexes";
+inline constexpr char kSidecars[] = "/var/packages/Kinora/var/sidecars";
 inline constexpr char kRunFolder[] = "/var/packages/Kinora/var/run";               // sockets, pids, locks
 inline constexpr char kRemuxSocket[] = "/var/packages/Kinora/var/run/remux.sock";  // of kinora-remux --zygote
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,6 +26,7 @@ namespace {
 constexpr int kLastHandedOver = 63;
 constexpr rlim_t kOpenFiles = 256;
 constexpr int kFirstSignal = 1;
+constexpr mode_t kMask = 022;  // what one account's child writes may be read by another's
 
 // The whole environment of every child.
 constexpr const char* kEnvironment[] = {"PATH=/usr/local/bin:/usr/bin:/bin", "LANG=C.UTF-8", nullptr};
@@ -140,6 +142,7 @@ bool DieWithParent(pid_t parent) { return ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 
   if (!AssumeRights(plan.rights)) GiveUp(report, Step::kRights);
   if (!plan.detached && !DieWithParent(plan.parent)) GiveUp(report, Step::kParent);
   if (::chdir("/") != 0) GiveUp(report, Step::kFolder);
+  ::umask(kMask);
   if (!SetLimits(plan.limits)) GiveUp(report, Step::kLimits);
   Execute(plan, program);
   GiveUp(report, Step::kExecute);
@@ -183,11 +186,29 @@ const char* Fault(const Command& command) {
   for (const auto& [ours, theirs] : command.descriptors) {
     if (ours < 0 || theirs <= STDERR_FILENO || theirs > kLastHandedOver) return "no such descriptor";
   }
-  const bool keeps = command.identity == ChildIdentity::kCaller;
-  if (keeps && command.arguments[0] != "/bin/rm" && command.arguments[0] != "/bin/cp") {
+  if (command.identity == ChildIdentity::kCaller && command.arguments[0] != "/bin/rm") {
     return "it may not keep the caller's rights";
   }
+  if (command.identity == ChildIdentity::kOwner && command.arguments[0] != "/bin/cp") {
+    return "it may not have an owner's rights";
+  }
   return nullptr;
+}
+
+// Nothing, with a line in the log, when there is nobody to become.
+std::optional<ChildRights> RightsFor(const Command& command) {
+  switch (command.identity) {
+    case ChildIdentity::kDropped:
+      return DroppedRights(LoadSettings(kSettingsFile));
+    case ChildIdentity::kCaller:
+      return CallerRights();
+    case ChildIdentity::kOwner:
+      break;
+  }
+  struct stat status {};
+  if (::fstat(command.owned, &status) == 0) return RightsOfOwner(status.st_uid, status.st_gid);
+  Complain(command, "its owner", std::strerror(errno));
+  return std::nullopt;
 }
 
 std::optional<Plan> MakePlan(const Command& command) {
@@ -203,11 +224,7 @@ std::optional<Plan> MakePlan(const Command& command) {
   plan.descriptors = command.descriptors;
   for (const auto& [ours, theirs] : plan.descriptors) plan.highest = std::max(plan.highest, theirs);
   plan.limits = command.limits;
-  if (command.identity == ChildIdentity::kCaller) {
-    plan.rights = CallerRights();
-    return plan;
-  }
-  std::optional<ChildRights> rights = DroppedRights(LoadSettings(kSettingsFile));
+  std::optional<ChildRights> rights = RightsFor(command);
   if (!rights) return std::nullopt;
   plan.rights = std::move(*rights);
   return plan;

@@ -102,6 +102,7 @@ int main(int argc, char** argv) {
     while (on) {
     }
   }
+  if (mode == "make") return ::open(operand, O_WRONLY | O_CREAT, 0666) >= 0 ? 0 : 5;
   if (mode == "write") {
     const int fd = ::open(operand, O_WRONLY | O_CREAT, 0600);
     return fd >= 0 && ::write(fd, "x", 1) == 1 ? 0 : 4;

@@ -178,10 +178,28 @@ TEST_F(RunChildTest, IsNotStartedWhenTheProgramCannotBe) {
   EXPECT_EQ(Run({std::string("a\0b", 3)}).end, End::kNotStarted);
 }
 
-TEST_F(RunChildTest, LetsNoOtherProgramThanRmAndCpKeepTheCallersRights) {
+TEST_F(RunChildTest, GivesNoOtherProgramThanRmAndCpMoreThanNoRights) {
   Command command = Stub({"exit", "0"});
   command.identity = ChildIdentity::kCaller;
   EXPECT_EQ(RunChild(command).end, End::kNotStarted);
+  command.identity = ChildIdentity::kOwner;
+  command.owned = STDIN_FILENO;
+  EXPECT_EQ(RunChild(command).end, End::kNotStarted);
+  command.arguments = {"/bin/cp", "--version"};
+  command.identity = ChildIdentity::kCaller;
+  EXPECT_EQ(RunChild(command).end, End::kNotStarted);
+  command.identity = ChildIdentity::kOwner;
+  command.owned = -1;
+  EXPECT_EQ(RunChild(command).end, End::kNotStarted) << "nobody to work for";
+}
+
+TEST_F(RunChildTest, LetsOthersReadWhatTheProgramMakes) {
+  const mode_t before = ::umask(077);
+  EXPECT_TRUE(Run({"make", folder_ / "made"}).Succeeded());
+  ::umask(before);
+  struct stat status {};
+  ASSERT_EQ(::stat((folder_ / "made").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0644U);
 }
 
 TEST_F(RunChildTest, IsNotStartedWithoutDescriptors) {

@@ -59,16 +59,6 @@ TEST_F(HLIBCExecTest, RefusesToRemoveByAnUnsafeName) {
   }
 }
 
-TEST_F(HLIBCExecTest, CopiesAFileAndReportsWhenItCannot) {
-  const std::string source = folder_ / "tree" / "inner" / "file";
-  EXPECT_EQ(HLIBCExec("/bin/cp", source.c_str(), (folder_ / "copy").c_str(), kEnd), 0);
-  std::string content;
-  std::ifstream(folder_ / "copy") >> content;
-  EXPECT_EQ(content, "content");
-  EXPECT_GT(HLIBCExec("/bin/cp", source.c_str(), (folder_ / "no" / "copy").c_str(), kEnd), 0);
-  EXPECT_LT(HLIBCExec("/bin/cp", "--version", "/x", kEnd), 0);
-}
-
 TEST_F(HLIBCExecTest, RemovesAsRootWhatOnlyRootMay) {
   if (!MaySwitchIds()) GTEST_SKIP() << "needs root and more than one id";
   ASSERT_EQ(::chmod((folder_ / "tree").c_str(), 0700), 0);

@@ -23,7 +23,13 @@ class HttpLiveStream : public AdaptStream {
   //                 every address in the playlists is made; "playlist", "fragment" and "id" are added to it,
   //                 and to a fragment's, as the very last, "name" with a value such as "12.ts": ffmpeg and
   //                 the players built on it refuse a fragment whose address ends otherwise
-  //   subtitle_url  the same for the subtitle web API
+  //   subtitle_url  the same for the subtitle web API; the subtitles that are found now, in the film as text
+  //   and
+  //                 beside it, are renditions, and the windows of the film in their playlists have addresses
+  //                 made from it alone: "subtitle_id", "output_webvtt", "start_time" and "end_time" (whole
+  //                 seconds) are replaced, and "name" comes last here too, "12.vtt". Its "subtitle_id", if it
+  //                 has one, is that of the default. Without "url" or "id" (the video's) there are no
+  //                 renditions
   //   audio_track   VideoMetaData's id of the track to be heard first; empty: the file's first
   //   audio_format  empty: what suits; "ac3_copy": AC-3 goes through unchanged; "aac", "mp3": encoded to it
   //                 unless it is it already
@@ -34,8 +40,9 @@ class HttpLiveStream : public AdaptStream {
   // The absolute path of a playlist; empty when the stream has none of this kind.
   //   playlist_type  "" or "master": the master playlist; "video": the main media playlist; "audio_<id>":
   //   that
-  //                  of the audio track <id>, where the tracks are renditions of their own
-  //   subtitle_id    the subtitle of a "subtitle" playlist; ignored for the others
+  //                  of the audio track <id>, where the tracks are renditions of their own; "subtitle": that
+  //                  of the subtitle <subtitle_id>
+  //   subtitle_id    one that the master playlist offers; ignored for playlists of other types
   std::string GetMainfest(const std::string& playlist_type, const std::string& subtitle_id) const;
 };
 

@@ -4,8 +4,8 @@
 #include <cinttypes>
 #include <cstdio>
 
-#include "platform/base/text.h"
 #include "platform/engine/fragment_id.h"
+#include "platform/engine/playlist_text.h"
 
 namespace kinora::engine {
 namespace {
@@ -13,10 +13,13 @@ namespace {
 constexpr char kMaster[] = "master";
 constexpr char kVideo[] = "video";
 constexpr char kAudioPrefix[] = "audio_";
-constexpr char kGroup[] = "sound";
+constexpr char kSoundGroup[] = "sound";
+constexpr char kSubtitleGroup[] = "subtitles";
 constexpr char kFileSuffix[] = ".m3u8";
 
-constexpr int64_t kMicro = 1'000'000;
+// What a subtitle for those who do not hear well has beyond the spoken words (RFC 8216, 4.3.4.1).
+constexpr char kForHearingImpaired[] =
+    "public.accessibility.transcribes-spoken-dialog,public.accessibility.describes-music-and-sound";
 
 // The job's rate control may spend what two seconds have saved, and a fragment lasts two seconds and more but
 // at the very start.
@@ -24,61 +27,6 @@ constexpr int64_t kPeakOfEncoded = 2;
 constexpr int64_t kUnknownBitrate = 8'000'000;     // bits per second
 constexpr int64_t kUnknownSoundBitrate = 192'000;  // bits per second
 constexpr int64_t kContainerPercent = 110;         // with the headers of a transport stream
-
-bool IsUnreserved(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.' ||
-         c == '_' || c == '~';
-}
-
-// RFC 3986, 2.1.
-template <typename Keeps>
-std::string PercentEncoded(std::string_view text, Keeps keeps) {
-  std::string encoded;
-  for (const char c : text) {
-    if (keeps(c)) {
-      encoded += c;
-      continue;
-    }
-    char hex[4];
-    std::snprintf(hex, sizeof hex, "%%%02X", static_cast<unsigned char>(c));
-    encoded += hex;
-  }
-  return encoded;
-}
-
-std::string QueryPart(std::string_view text) { return PercentEncoded(text, IsUnreserved); }
-
-// An address as it was given, but for what would end a line or a quoted string.
-std::string AddressPart(std::string_view text) {
-  return PercentEncoded(text, [](char c) { return c > ' ' && c < '\x7F' && c != '"'; });
-}
-
-std::optional<std::string> QueryValue(const Json::Value& value) {
-  if (value.isString()) return value.asString();
-  if (value.isBool()) return value.asBool() ? "true" : "false";
-  if (value.isUInt64()) return std::to_string(value.asUInt64());
-  if (value.isInt64()) return std::to_string(value.asInt64());
-  return std::nullopt;
-}
-
-// What a quoted string may hold: no quotes, no line ends (RFC 8216, 4.2).
-std::string Quoted(std::string_view text) {
-  std::string line = base::ToOneLine(text);
-  std::replace(line.begin(), line.end(), '"', '\'');
-  return "\"" + line + "\"";
-}
-
-// Seconds with six digits.
-std::string Seconds(int64_t micro) {
-  char text[48];
-  std::snprintf(text, sizeof text, "%" PRId64 ".%06" PRId64, micro / kMicro, micro % kMicro);
-  return text;
-}
-
-int64_t Microseconds(const MediaTime& time) {
-  const int64_t whole = Floor(time);
-  return whole * kMicro + Floor((time - whole) * kMicro + MediaTime(1, 2));
-}
 
 // RFC 6381.
 std::string CodecString(const StreamPlan& plan, const AudioPlan& audio) {
@@ -112,9 +60,7 @@ std::string MediaPlaylist(const SegmentGrid& grid, std::optional<int> audio_trac
     segments += address.OfFragment({audio_track, n}) + "\n";
     start = end;
   }
-  return "#EXTM3U\n#EXT-X-VERSION:4\n#EXT-X-TARGETDURATION:" +
-         std::to_string((longest + kMicro - 1) / kMicro) +
-         "\n#EXT-X-MEDIA-SEQUENCE:0\n#EXT-X-PLAYLIST-TYPE:VOD\n" + segments + "#EXT-X-ENDLIST\n";
+  return CompleteMediaPlaylist(longest, segments);
 }
 
 // ---- the master playlist ---------------------------------------------------------------------------------
@@ -122,11 +68,25 @@ std::string MediaPlaylist(const SegmentGrid& grid, std::optional<int> audio_trac
 bool HasRenditions(const StreamPlan& plan) { return !plan.audio.empty() && !plan.SoundIsMuxed(); }
 
 std::string Rendition(const AudioPlan& audio, const StreamAddress& address) {
-  std::string line = "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=" + Quoted(kGroup) + ",NAME=" + Quoted(audio.name);
+  std::string line =
+      "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=" + Quoted(kSoundGroup) + ",NAME=" + Quoted(audio.name);
   if (!audio.language.empty()) line += ",LANGUAGE=" + Quoted(audio.language);
   line += audio.is_default ? ",DEFAULT=YES" : ",DEFAULT=NO";
   line += ",AUTOSELECT=YES,CHANNELS=\"" + std::to_string(audio.channels) + "\"";
   return line + ",URI=\"" + address.OfPlaylist(AudioType(audio)) + "\"\n";
+}
+
+const char* YesOrNo(bool yes) { return yes ? "YES" : "NO"; }
+
+std::string Rendition(const OfferedSubtitle& subtitle, const StreamAddress& address) {
+  std::string line =
+      "#EXT-X-MEDIA:TYPE=SUBTITLES,GROUP-ID=" + Quoted(kSubtitleGroup) + ",NAME=" + Quoted(subtitle.name);
+  if (!subtitle.language.empty()) line += ",LANGUAGE=" + Quoted(subtitle.language);
+  line += std::string(",DEFAULT=") + YesOrNo(subtitle.is_default);
+  line += std::string(",AUTOSELECT=") + YesOrNo(subtitle.auto_select);
+  line += std::string(",FORCED=") + YesOrNo(subtitle.forced);
+  if (subtitle.hearing_impaired) line += ",CHARACTERISTICS=" + Quoted(kForHearingImpaired);
+  return line + ",URI=\"" + address.OfSubtitle(subtitle.id) + "\"\n";
 }
 
 // Of the most demanding track.
@@ -172,7 +132,7 @@ std::string PictureAttributes(const StreamPlan& plan) {
   return attributes;
 }
 
-std::string Variant(const StreamPlan& plan, const StreamAddress& address) {
+std::string Variant(const StreamPlan& plan, bool has_subtitles, const StreamAddress& address) {
   const bool pure_sound = plan.video == VideoWay::kNone;
   const int64_t bandwidth = (PictureBitrate(plan) + SoundBitrate(plan)) * kContainerPercent / 100;
   std::string line = "#EXT-X-STREAM-INF:BANDWIDTH=" + std::to_string(bandwidth);
@@ -180,7 +140,8 @@ std::string Variant(const StreamPlan& plan, const StreamAddress& address) {
     line += ",AVERAGE-BANDWIDTH=" + std::to_string(std::min(plan.source.bitrate, bandwidth));
   line += ",CODECS=" + Quoted(Codecs(plan));
   if (!pure_sound) line += PictureAttributes(plan);
-  if (HasRenditions(plan)) line += ",AUDIO=" + Quoted(kGroup);
+  if (HasRenditions(plan)) line += ",AUDIO=" + Quoted(kSoundGroup);
+  if (has_subtitles) line += ",SUBTITLES=" + Quoted(kSubtitleGroup);
   // The address of the rendition itself, so that a player sees that they are the same.
   return line + "\n" + address.OfPlaylist(pure_sound ? AudioType(*plan.DefaultAudio()) : kVideo) + "\n";
 }
@@ -188,40 +149,42 @@ std::string Variant(const StreamPlan& plan, const StreamAddress& address) {
 // All tracks are one group, whatever their codecs: groups of one playlist must have the same members, and
 // players offer those of one group only. A group may mix codecs as long as CODECS names them all (RFC 8216,
 // 4.3.4.1.1).
-std::string MasterPlaylist(const StreamPlan& plan, const StreamAddress& address) {
+std::string MasterPlaylist(const StreamPlan& plan, const std::vector<OfferedSubtitle>& subtitles,
+                           const StreamAddress& address) {
   std::string text = "#EXTM3U\n#EXT-X-VERSION:4\n#EXT-X-INDEPENDENT-SEGMENTS\n";
   if (HasRenditions(plan)) {
     for (const AudioPlan& audio : plan.audio) text += Rendition(audio, address);
   }
-  return text + Variant(plan, address);
+  for (const OfferedSubtitle& subtitle : subtitles) text += Rendition(subtitle, address);
+  return text + Variant(plan, !subtitles.empty(), address);
 }
 
 }  // namespace
 
-StreamAddress::StreamAddress(const Json::Value& url, const std::string& stream_id) {
-  const Json::Value& base = url["url"];
-  start_ = base.isString() ? AddressPart(base.asString()) : "";
-  char separator = start_.find('?') == std::string::npos ? '?' : '&';
-  for (const std::string& key : url.getMemberNames()) {
-    if (key == "url" || key == "id" || key == "playlist" || key == "fragment" || key == "name") continue;
-    const std::optional<std::string> value = QueryValue(url[key]);
-    if (!value) continue;
-    start_ += separator + QueryPart(key) + "=" + QueryPart(*value);
-    separator = '&';
-  }
-  start_ += separator + std::string("id=") + QueryPart(stream_id);
-}
+StreamAddress::StreamAddress(const Json::Value& url, const std::string& stream_id)
+    : start_(WebAddress(url, {"id", "playlist", "fragment", "subtitle_id", "name"}).With("id", stream_id)) {}
 
 std::string StreamAddress::OfPlaylist(const std::string& type) const {
-  return start_ + "&playlist=" + QueryPart(type);
+  return start_.With("playlist", type).Text();
+}
+
+std::string StreamAddress::OfSubtitle(const std::string& id) const {
+  return start_.With("playlist", kSubtitlePlaylist).With("subtitle_id", id).Text();
 }
 
 std::string StreamAddress::OfFragment(const FragmentId& id) const {
-  return start_ + "&fragment=" + ToText(id) + "&name=" + FileName(id);
+  return start_.With("fragment", ToText(id)).With("name", FileName(id)).Text();
 }
 
-std::vector<Playlist> MakePlaylists(const StreamPlan& plan, const StreamAddress& address) {
-  std::vector<Playlist> playlists = {{FileOf(kMaster), MasterPlaylist(plan, address)}};
+std::string CompleteMediaPlaylist(int64_t longest_us, const std::string& segments) {
+  return "#EXTM3U\n#EXT-X-VERSION:4\n#EXT-X-TARGETDURATION:" +
+         std::to_string((longest_us + kMicro - 1) / kMicro) +
+         "\n#EXT-X-MEDIA-SEQUENCE:0\n#EXT-X-PLAYLIST-TYPE:VOD\n" + segments + "#EXT-X-ENDLIST\n";
+}
+
+std::vector<Playlist> MakePlaylists(const StreamPlan& plan, const std::vector<OfferedSubtitle>& subtitles,
+                                    const StreamAddress& address) {
+  std::vector<Playlist> playlists = {{FileOf(kMaster), MasterPlaylist(plan, subtitles, address)}};
   const bool pure_sound = plan.video == VideoWay::kNone;
   const std::optional<int> main = pure_sound ? std::optional<int>(plan.DefaultAudio()->track) : std::nullopt;
   playlists.push_back({FileOf(kVideo), MediaPlaylist(plan.grid, main, address)});

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int kDeepest = 8;
 constexpr Json::ArrayIndex kMostTracks =
-    256;  // as many as the probe takes streams (helpers/common/media_input.h)
+    256;  // the probe takes no more streams (helpers/common/media_input.h)
 constexpr const char* kTrackKinds[] = {"video", "audio", "subtitle"};
 
 bool IsListOfTracks(const Json::Value& list) {

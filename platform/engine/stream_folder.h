@@ -3,7 +3,8 @@
 //   /tmp/Kinora/<type>/<stream id>/     (a link to a working folder on a volume)
 //     request.json     what was asked for when the stream was prepared
 //     plan.json        the plan, written once the stream is accepted
-//     *.m3u8           of HLS: the playlists, written with it
+//     *.m3u8           of HLS: the playlists, written with it; those of subtitles when they are first asked
+//     for subtitles.json   of HLS: what these are made from (subtitle_playlist.h), where there are any
 //     Manifest         of Smooth Streaming: the manifest, written with it
 //     encoder.json     of WebM: the process that makes the body (live_record.h)
 //     access_status    its modification time is when a fragment was last asked for

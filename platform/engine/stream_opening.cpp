@@ -6,11 +6,15 @@
 #include "platform/engine/look.h"
 #include "platform/engine/machine_state.h"
 #include "platform/engine/parameter_sets.h"
+#include "platform/engine/playlist_text.h"
 #include "platform/engine/playlists.h"
+#include "platform/engine/report.h"
 #include "platform/engine/smooth_manifest.h"
 #include "platform/engine/source_traits.h"
 #include "platform/engine/stream_request.h"
 #include "platform/engine/stream_space.h"
+#include "platform/engine/subtitle_playlist.h"
+#include "platform/engine/subtitle_search.h"
 #include "platform/engine/webm_plan.h"
 
 namespace kinora::engine {
@@ -56,6 +60,26 @@ std::variant<Wanted, Refusal> LookAtWanted(const StreamFolder& folder, const std
   return Wanted{*profile, std::move(std::get<SourceTraits>(source))};
 }
 
+// None without an address to ask the web API for them. The film has just been looked at: the probe is not run
+// again.
+std::vector<OfferedSubtitle> LookForSubtitles(const std::string& film, const Json::Value& subtitle_url) {
+  if (!subtitle_url.isObject() || TextOf(subtitle_url, "url").empty()) return {};
+  if (NumberOf(subtitle_url, "id", INT32_MAX) == 0) return {};
+  const Probe probe = ProbeFile(film);
+  if (!probe.report) return {};
+  const std::string chosen = TextOf(subtitle_url, "subtitle_id");
+  return OfferSubtitles(FindSubtitles(*probe.report, film, chosen), chosen);
+}
+
+Playlist RecordOf(const std::vector<OfferedSubtitle>& subtitles, const Json::Value& url,
+                  const StreamPlan& plan) {
+  SubtitleRecord record;
+  record.url = url;
+  for (const OfferedSubtitle& subtitle : subtitles) record.ids.push_back(subtitle.id);
+  record.length_us = Microseconds(plan.grid.End(plan.grid.Count() - 1));
+  return {kSubtitlesFile, ToJsonText(record)};
+}
+
 // The plan comes last: a stream is open when it is there.
 std::optional<Refusal> WriteAll(const StreamFolder& folder, const StreamPlan& plan,
                                 const std::vector<Playlist>& playlists) {
@@ -73,16 +97,19 @@ std::optional<Refusal> WriteAll(const StreamFolder& folder, const StreamPlan& pl
 }  // namespace
 
 std::optional<Refusal> OpenHls(const StreamFolder& folder, const Json::Value& stream_url,
-                               const StreamWishes& wishes) {
+                               const Json::Value& subtitle_url, const StreamWishes& wishes) {
   if (!stream_url.isObject()) return Refusal{"", "no address to make playlists from"};
   const auto wanted = LookAtWanted(folder, "HLS");
   if (const auto* const refusal = std::get_if<Refusal>(&wanted)) return *refusal;
   const auto& [profile, source] = std::get<Wanted>(wanted);
-  const auto plan = PlanStream(source, WishesThatCanBeMet(source, profile, wishes), profile,
-                               DecideCopy(source, profile), LookAtMachine());
-  if (const auto* const refusal = std::get_if<Refusal>(&plan)) return *refusal;
-  const StreamAddress address(stream_url, folder.StreamId());
-  return WriteAll(folder, std::get<StreamPlan>(plan), MakePlaylists(std::get<StreamPlan>(plan), address));
+  const auto planned = PlanStream(source, WishesThatCanBeMet(source, profile, wishes), profile,
+                                  DecideCopy(source, profile), LookAtMachine());
+  if (const auto* const refusal = std::get_if<Refusal>(&planned)) return *refusal;
+  const StreamPlan& plan = std::get<StreamPlan>(planned);
+  const auto subtitles = LookForSubtitles(source.identity.path, subtitle_url);
+  auto playlists = MakePlaylists(plan, subtitles, StreamAddress(stream_url, folder.StreamId()));
+  if (!subtitles.empty()) playlists.push_back(RecordOf(subtitles, subtitle_url, plan));
+  return WriteAll(folder, plan, playlists);
 }
 
 std::optional<Refusal> OpenSmooth(const StreamFolder& folder, const StreamWishes& wishes) {

@@ -16,11 +16,8 @@ inline constexpr char kPlanFile[] = "plan.json";
 // Look at the film, plan, and write all that fragments and playlists, or the manifest, are served from into
 // the folder. Nothing when the stream is open; else why it is not, and the folder is to be removed.
 std::optional<Refusal> OpenHls(const StreamFolder& folder, const Json::Value& stream_url,
-                               const StreamWishes& wishes);
+                               const Json::Value& subtitle_url, const StreamWishes& wishes);
 std::optional<Refusal> OpenSmooth(const StreamFolder& folder, const StreamWishes& wishes);
-
-// Why an object stands for no stream, since none could be prepared.
-Refusal WhyNotPrepared();
 
 // The same for live WebM.
 std::optional<Refusal> OpenWebM(const StreamFolder& folder, const std::string& audio_track);

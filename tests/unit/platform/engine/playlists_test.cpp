@@ -21,8 +21,9 @@ Json::Value Url() {
 
 constexpr char kStart[] = "http://host:8080/webapi/entry.cgi?api=A.B&hls_header=true&version=1&id=stream";
 
-std::string TextOf(const StreamPlan& plan, const std::string& name) {
-  for (const Playlist& playlist : MakePlaylists(plan, StreamAddress(Url(), "stream"))) {
+std::string TextOf(const StreamPlan& plan, const std::string& name,
+                   const std::vector<OfferedSubtitle>& subtitles = {}) {
+  for (const Playlist& playlist : MakePlaylists(plan, subtitles, StreamAddress(Url(), "stream"))) {
     if (playlist.name == name) return playlist.text;
   }
   return "";
@@ -41,6 +42,7 @@ TEST(StreamAddress, HoldsTheQueryAsItWasGiven) {
   url["playlist"] = "another";
   url["fragment"] = "another";
   url["name"] = "another";
+  url["subtitle_id"] = "another";
   url["list"] = Json::Value(Json::arrayValue);
   url["nothing"] = Json::Value();
   url["less"] = -1;
@@ -49,6 +51,9 @@ TEST(StreamAddress, HoldsTheQueryAsItWasGiven) {
       "http://host:8080/webapi/entry.cgi?_sid=a%20b%26c%3Dd%2F%22%0A%C3%BC%2B%25&api=A.B&force=false"
       "&hls_header=true&less=-1&version=1&id=stream";
   EXPECT_EQ(address.OfPlaylist("video"), start + "&playlist=video");
+  EXPECT_EQ(address.OfSubtitle("12"), start + "&playlist=subtitle&subtitle_id=12");
+  EXPECT_EQ(address.OfSubtitle("/a b/\xFF\"\n&.srt"),
+            start + "&playlist=subtitle&subtitle_id=%2Fa%20b%2F%FF%22%0A%26.srt");
   EXPECT_EQ(address.OfFragment({std::nullopt, 12}), start + "&fragment=12&name=12.ts");
   EXPECT_EQ(address.OfFragment({2, 12}), start + "&fragment=a2_12&name=a2_12.ts");
 }
@@ -100,6 +105,43 @@ TEST(MasterPlaylist, OffersEveryTrackInOneGroup) {
           "#EXT-X-STREAM-INF:BANDWIDTH=11211200,CODECS=\"avc1.64001F,mp4a.40.2,ac-3\",RESOLUTION=1280x720,"
           "FRAME-RATE=25.000,AUDIO=\"sound\"\n" +
           kStart + "&playlist=video\n");
+}
+
+TEST(MasterPlaylist, OffersSubtitles) {
+  OfferedSubtitle english{"2", "English", "en", true, true, false, false};
+  OfferedSubtitle signs{"/films/a \"b\".forced.srt", "Signs", "", false, false, true, false};
+  OfferedSubtitle full{"3", "English (hearing impaired)", "en", false, true, false, true};
+  EXPECT_EQ(
+      TextOf(Plan(Film()), "master.m3u8", {english, signs, full}),
+      std::string(
+          "#EXTM3U\n#EXT-X-VERSION:4\n#EXT-X-INDEPENDENT-SEGMENTS\n"
+          "#EXT-X-MEDIA:TYPE=SUBTITLES,GROUP-ID=\"subtitles\",NAME=\"English\",LANGUAGE=\"en\",DEFAULT=YES,"
+          "AUTOSELECT=YES,FORCED=NO,URI=\"") +
+          kStart +
+          "&playlist=subtitle&subtitle_id=2\"\n"
+          "#EXT-X-MEDIA:TYPE=SUBTITLES,GROUP-ID=\"subtitles\",NAME=\"Signs\",DEFAULT=NO,AUTOSELECT=NO,FORCED="
+          "YES,"
+          "URI=\"" +
+          kStart +
+          "&playlist=subtitle&subtitle_id=%2Ffilms%2Fa%20%22b%22.forced.srt\"\n"
+          "#EXT-X-MEDIA:TYPE=SUBTITLES,GROUP-ID=\"subtitles\",NAME=\"English (hearing impaired)\","
+          "LANGUAGE=\"en\",DEFAULT=NO,AUTOSELECT=YES,FORCED=NO,CHARACTERISTICS="
+          "\"public.accessibility.transcribes-spoken-dialog,public.accessibility.describes-music-and-sound\","
+          "URI=\"" +
+          kStart +
+          "&playlist=subtitle&subtitle_id=3\"\n"
+          "#EXT-X-STREAM-INF:BANDWIDTH=11211200,CODECS=\"avc1.64001F,mp4a.40.2\",RESOLUTION=1280x720,"
+          "FRAME-RATE=25.000,SUBTITLES=\"subtitles\"\n" +
+          kStart + "&playlist=video\n");
+}
+
+TEST(MasterPlaylist, OffersSubtitlesBesideRenditionsOfTheSound) {
+  SourceTraits film = Film();
+  film.video = {};
+  const std::string master =
+      TextOf(Plan(film), "master.m3u8", {{.id = "7", .name = "Lyrics", .language = ""}});
+  EXPECT_NE(master.find(",AUDIO=\"sound\",SUBTITLES=\"subtitles\"\n"), std::string::npos) << master;
+  EXPECT_LT(master.find("TYPE=AUDIO"), master.find("TYPE=SUBTITLES"));
 }
 
 TEST(MasterPlaylist, NamesTheDefaultTrackOfAFilmWithoutPicture) {
@@ -154,7 +196,8 @@ TEST(MediaPlaylist, NeverDriftsFromTheGrid) {
 }
 
 TEST(IsWholePlaylist, TellsAPlaylistFromAPartOfOne) {
-  for (const Playlist& playlist : MakePlaylists(Plan(Film()), StreamAddress(Url(), "stream"))) {
+  const std::vector<OfferedSubtitle> subtitles = {{.id = "2", .name = "English", .language = "en"}};
+  for (const Playlist& playlist : MakePlaylists(Plan(Film()), subtitles, StreamAddress(Url(), "stream"))) {
     const std::string& text = playlist.text;
     EXPECT_TRUE(IsWholePlaylist(text)) << playlist.name;
     for (size_t length = 0; length + 1 < text.size(); ++length) {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <tuple>
 
-#include "platform/system/languages.h"
 #include "platform/engine/playlist_text.h"
+#include "platform/system/languages.h"
 
 namespace kinora::engine {
 namespace {

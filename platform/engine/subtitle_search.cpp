@@ -4,8 +4,8 @@
 #include <climits>
 
 #include "contract/system/subtitle_files.h"
-#include "platform/system/languages.h"
 #include "platform/engine/report.h"
+#include "platform/system/languages.h"
 
 namespace kinora::engine {
 namespace {

@@ -67,14 +67,18 @@ int Fail() {
 
 int HLIBCProcForkChildNoWait() {
   std::array<int, 2> ends{};
-  const Descriptor nowhere = Above(::open("/dev/null", O_RDWR | O_CLOEXEC));
+  Descriptor nowhere = Above(::open("/dev/null", O_RDWR | O_CLOEXEC));
   if (!nowhere || ::pipe2(ends.data(), O_CLOEXEC) != 0) return Fail();
-  const Descriptor read = Above(ends[0]);
+  Descriptor read = Above(ends[0]);
   Descriptor write = Above(ends[1]);
   if (!read || !write) return Fail();
   std::fflush(nullptr);  // or both would write what waits to be written
   const pid_t between = ::fork();
-  if (between == 0) return DetachFromHere(nowhere.Get(), write.Get());
+  if (between == 0) {
+    // The child closes all it has by numbers, which are those of other files soon: nothing is closed again.
+    static_cast<void>(read.Release());
+    return DetachFromHere(nowhere.Release(), write.Release());
+  }
   if (between < 0) return Fail();
   write.Reset();
   while (::waitpid(between, nullptr, 0) < 0 && errno == EINTR) {

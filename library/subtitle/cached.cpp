@@ -2,11 +2,11 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <optional>
 
 #include "library/log.h"
 #include "library/subtitle/cache_file.h"
+#include "library/subtitle/cache_freshness.h"
 #include "library/subtitle/cache_names.h"
 #include "library/subtitle/extraction.h"
 #include "library/subtitle/log_unit.h"
@@ -71,28 +71,6 @@ constexpr Stage kStages[] = {
     {V2Path, GenerateV2, FinishV2},
 };
 
-// In whole seconds: a source that is changed within the second in which its cache was made makes it stale.
-std::optional<time_t> ModificationTime(const std::string& path) {
-  struct stat status {};
-  if (path.find('\0') == std::string::npos && ::stat(path.c_str(), &status) == 0) return status.st_mtime;
-  KINORA_LOG(LOG_ERR, kLogUnit, "stat %s failed", path.c_str());
-  return std::nullopt;
-}
-
-// Of the video and the subtitle; nothing when one of them is not there.
-std::optional<time_t> NewestSource(const GetMethodArguments& request) {
-  const std::optional<time_t> video = ModificationTime(request.video_path);
-  if (!video || request.IsEmbedded()) return video;
-  const std::optional<time_t> subtitle = ModificationTime(request.subtitle_id);
-  if (!subtitle) return std::nullopt;
-  return std::max(*video, *subtitle);
-}
-
-bool IsValid(const std::string& path, time_t newest_source) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 && status.st_size >= 1 && status.st_mtime > newest_source;
-}
-
 }  // namespace
 
 std::string BringToCache(GetMethodArguments& request) {
@@ -103,7 +81,7 @@ std::string BringToCache(GetMethodArguments& request) {
   for (const Stage& stage : kStages) {
     const std::string path = stage.path(request);
     if (path.empty()) return "";
-    if (!IsValid(path, *newest_source) && !stage.generate(request, previous, path)) return "";
+    if (!IsNewer(path, *newest_source) && !stage.generate(request, previous, path)) return "";
     stage.finish(request, path);
     previous = path;
   }

@@ -1,4 +1,4 @@
-// V1 of a subtitle: its text in SubRip, in the charset that it came in.
+// V1 of a subtitle: its text in SubRip, taken out of the film or made of a file.
 #pragma once
 
 #include <string>
@@ -7,7 +7,12 @@
 
 namespace crvnkn::webapi::subtitle {
 
-// Fills the file `v1_path`. false, with a line in the log, when that is not to be had now.
+// Fills the file `v1_path`. false, with a line in the log, when that is not to be had now; without one when
+// another process is at it. Where WebVTT is asked for, what takes time is done by a process of its own, and
+// this one is told false.
 bool GenerateV1(const GetMethodArguments& request, const std::string& v1_path);
+
+// Whether the track of the video has been taken out before.
+bool IsEmbeddedSubtitleHasCached(const std::string& video_path, int track);
 
 }  // namespace crvnkn::webapi::subtitle

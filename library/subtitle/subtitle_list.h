@@ -19,6 +19,14 @@ namespace crvnkn::webapi::subtitle {
 // Streams of pictures are listed only with `include_image`.
 KINORA_EXPORT Json::Value GetSubtitleList(const std::string& video_path, bool include_image);
 
+// The entry of a file.
+KINORA_EXPORT Json::Value FillExternalSubtitleInfo(const std::string& path);
+
+// Appends to `tracks` what the engine knows of each stream that is listed
+// (VideoMetaData::GetSubtitleTrackInfo), with "track" as a number, and "format" and "need_preview" as above.
+// 0, or -1 when the video cannot be read or is of a container without subtitles.
+KINORA_EXPORT int GetEmbeddedSubtitle(const std::string& video_path, bool include_image, Json::Value& tracks);
+
 // Whether the id is that of a file: it begins with "/".
 KINORA_EXPORT bool IsExternal(const std::string& id);
 // Whether the id is that of a stream: nothing but decimal digits, be it none at all.

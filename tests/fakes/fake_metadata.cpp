@@ -25,6 +25,12 @@ bool VideoMetaData::GetTrackInfo(Json::Value& video, Json::Value& audio) const {
   return true;
 }
 
+bool VideoMetaData::GetSubtitleTrackInfo(Json::Value& subtitle) const {
+  if (state_->path.empty()) return false;
+  for (const Json::Value& track : TheScript().subtitle_tracks) subtitle.append(track);
+  return true;
+}
+
 std::string VideoMetaData::GetFilePath() const { return state_->path; }
 std::string VideoMetaData::GetContainer() const { return TheScript().container; }
 uint64_t VideoMetaData::GetFileSize() const { return TheScript().file_size; }

@@ -1,8 +1,14 @@
 // What the delivery of subtitles asks of the machine.
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 
+#include "contract/media/lock.h"
 #include "contract/system/ea_dir.h"
+#include "contract/system/fileop.h"
+#include "contract/system/hlibc.h"
 #include "contract/system/random_string.h"
 #include "contract/system/simple_converter.h"
 #include "contract/system/subtitle_files.h"
@@ -39,6 +45,14 @@ std::string util::RandomString(const std::string& alphabet, int length) {
   return TheScript().random_string(length);
 }
 
+bool critical::fileop::CheckFileAndGetMtime(const std::string& path, time_t& mtime) {
+  Called("CheckFileAndGetMtime", path);
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return false;
+  mtime = status.st_mtime;
+  return true;
+}
+
 Json::Value subtitle::PathInfo(const std::string& path) {
   Called("PathInfo", path);
   const std::string extension = std::filesystem::path(path).extension();
@@ -48,7 +62,44 @@ Json::Value subtitle::PathInfo(const std::string& path) {
   return info;
 }
 
+int subtitle::GetExternalSubtitle(const std::string& video_path, Json::Value& list) {
+  Called("GetExternalSubtitle", video_path);
+  for (const std::string& path : TheScript().external_subtitles) list.append(path);
+  return 0;
+}
+
+bool subtitle::IsAllowEmbaddedSubtitleContiner(const std::string& container) {
+  Called("IsAllowEmbaddedSubtitleContiner", container);
+  return container == "mkv" || container == "mp4";
+}
+
+bool subtitle::IsTextBaseSubtitleCodec(const std::string& codec) {
+  Called("IsTextBaseSubtitleCodec", codec);
+  return codec == "subrip" || codec == "ass";
+}
+
 }  // namespace libkn
+
+int HLIBCProcForkChildNoWait() {
+  Called("HLIBCProcForkChildNoWait");
+  return TheScript().fork_child;
+}
+
+namespace LibKinora {
+
+struct Lock::State {
+  std::string path;
+};
+
+// Makes the file, like the real one.
+Lock::Lock(const std::string& path, bool wait) : state_(std::make_shared<State>(State{path})) {
+  Called("Lock", path, wait);
+  if (TheScript().take_lock) std::ofstream(path, std::ios::app);
+}
+
+bool Lock::IsLockSucess() const { return TheScript().take_lock; }
+
+}  // namespace LibKinora
 
 namespace Opencc {
 

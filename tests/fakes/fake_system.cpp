@@ -47,6 +47,12 @@ ProcessRunner::ProcessRunner(const char* program, const char* name) : state_(std
   state_->arguments.emplace_back(program);
 }
 
+ProcessRunner::ProcessRunner(const char* program, const char* const argv[])
+    : state_(std::make_shared<State>()) {
+  Called("ProcessRunner", program, argv[0]);
+  for (; *argv != nullptr; ++argv) state_->arguments.emplace_back(*argv);
+}
+
 void ProcessRunner::addArguments(const char* a1, const char* a2, const char* a3, const char* a4,
                                  const char* a5, const char* a6, const char* a7, const char* a8,
                                  const char* a9) {
@@ -64,6 +70,12 @@ int ProcessRunner::run(bool wait, bool capture) {
   shown.push_back(Show(capture));
   kinora::fakes::Record("run", shown);
   return TheScript().run(state_->arguments);
+}
+
+std::string ProcessRunner::toString() const {
+  std::string text;
+  for (const std::string& argument : state_->arguments) text += (text.empty() ? "" : " ") + argument;
+  return text;
 }
 
 }  // namespace CRVNUtils

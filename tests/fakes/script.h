@@ -28,6 +28,7 @@ struct Script {
   unsigned int resolution_y = 1080;
   Json::Value video_tracks{Json::arrayValue};
   Json::Value audio_tracks{Json::arrayValue};
+  Json::Value subtitle_tracks{Json::arrayValue};
   std::string stream_id = "newstream";  // empty: no id can be had
   // Makes a folder under `volume` and the link to it, like the real one; a test may put another in its place.
   std::function<bool(uint64_t bytes, const std::string& id, const std::string& type)> link_working_folder;
@@ -76,8 +77,11 @@ struct Script {
   unsigned int volume_flags = 0;
   // The extended-attribute folder of a file; empty: there is none. By default it is made where it really is.
   std::function<std::string(const std::string& path)> ea_folder;
-  std::function<std::string(int length)> random_string;                // by default the same one each time
-  std::string language;                                                // in the name of every subtitle
+  std::function<std::string(int length)> random_string;  // by default the same one each time
+  std::string language;                                  // in the name of every subtitle
+  std::vector<std::string> external_subtitles;           // of every video
+  bool take_lock = true;
+  int fork_child = 1;  // 0: the test's process is the child from then on
   std::function<std::string(const std::string& text)> simple_convert;  // by default as it was
 
   Script();

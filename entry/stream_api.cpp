@@ -146,7 +146,7 @@ std::optional<Answer> SendStream(Context& context) {
                   NumberParameter(request, "seek", 0, INT32_MAX, 0)};
   streamer->SetFragmentID(part.fragment);
   streamer->SetPlaylistType(WordParameter(request, "playlist"));
-  streamer->SetSubtitleID(SubtitleParameter(request));
+  streamer->SetSubtitleID(OfferedSubtitleParameter(request));
   streamer->SetSeekTime(static_cast<unsigned long>(part.seek));
   context.CloseStore();
   if (part.type == "WEBM" && AsksForTheRest(request.range)) return FailedStreamAnswer({.rest_unknown = true});

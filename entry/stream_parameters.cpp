@@ -1,9 +1,11 @@
 #include "entry/stream_parameters.h"
 
 #include <algorithm>
+#include <climits>
 
 #include "entry/api_errors.h"
 #include "entry/numbers.h"
+#include "platform/engine/playlists.h"
 #include "platform/engine/smooth_address.h"
 
 namespace kinora::entry {
@@ -11,6 +13,7 @@ namespace {
 
 constexpr size_t kLongestWord = 32;
 constexpr size_t kLongestFormats = 64;
+constexpr size_t kLongestPath = PATH_MAX;
 constexpr int64_t kLargestTrack = 9999;
 
 bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
@@ -62,6 +65,13 @@ std::string TrackParameter(const Request& request, const char* name) {
 
 std::string SubtitleParameter(const Request& request) {
   return request.Get("subtitle_id") == "DLNA" ? "DLNA" : TrackParameter(request, "subtitle_id");
+}
+
+std::string OfferedSubtitleParameter(const Request& request) {
+  const std::string& subtitle = request.Get("subtitle_id");
+  const bool is_file = subtitle.starts_with('/') && subtitle.size() < kLongestPath;
+  return is_file && request.Get("playlist") == engine::kSubtitlePlaylist ? subtitle
+                                                                         : SubtitleParameter(request);
 }
 
 }  // namespace kinora::entry

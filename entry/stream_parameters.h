@@ -1,5 +1,5 @@
 // The parameters of the stream methods. Each is let in by its form alone, so that nothing in it can be taken
-// for a path, a program's argument or a header line.
+// for a path, a program's argument or a header line; what may be a path says so.
 #pragma once
 
 #include <string>
@@ -24,5 +24,9 @@ std::string TrackParameter(const Request& request, const char* name);
 
 // The number of a track, or "DLNA"; empty where it is missing.
 std::string SubtitleParameter(const Request& request);
+
+// The same of an open stream, and, for the playlist of a subtitle, the absolute path of a file: nobody opens
+// it, it is looked for among those that the stream offers.
+std::string OfferedSubtitleParameter(const Request& request);
 
 }  // namespace kinora::entry

@@ -8,15 +8,17 @@ using namespace kinora::test;
 
 namespace {
 
-constexpr char kFilm[] = "languages.mkv";  // with two audio tracks, each a rendition of its own
+constexpr char kFilm[] =
+    "languages.mkv";  // with two audio tracks, each a rendition of its own, and two subtitles
 
-// The master playlist, all others, and the first fragment of each.
+// The master playlist, all others, and the first fragment of each of picture and sound.
 std::vector<std::string> RoutesOf(const HlsViewer& viewer, const HlsStream& stream) {
   const std::string master = viewer.Address(stream, {});
   std::vector<std::string> routes = {master};
   const Playlist playlist = viewer.GetPlaylist(master);
   routes.insert(routes.end(), playlist.addresses.begin(), playlist.addresses.end());
   routes.insert(routes.end(), playlist.renditions.begin(), playlist.renditions.end());
+  routes.insert(routes.end(), playlist.subtitles.begin(), playlist.subtitles.end());
   for (const Playlist& media : viewer.MediaPlaylists(stream)) routes.push_back(media.addresses.at(0));
   return routes;
 }
@@ -36,7 +38,7 @@ TEST(HlsAccess, IsTheOpenersWhileHisSessionLasts) {
   const SignedIn bob = house.SignIn("bob");
   const HlsStream stream = ann.Open(kFilm, "hls_remux");
   const std::vector<std::string> routes = RoutesOf(ann, stream);
-  EXPECT_EQ(routes.size(), 7U) << "a master, a picture and two sounds, with a fragment each but the first";
+  EXPECT_EQ(routes.size(), 9U) << "a master, a picture and two sounds with a fragment each, two subtitles";
   const std::string& sid = ann.Who().sid;
   for (const std::string& route : routes) {
     EXPECT_EQ(ann.Get(route).status, 200) << route;
@@ -93,6 +95,11 @@ TEST(HlsErrors, MayBeReadFromAnyOrigin) {
       {{{"playlist", "audio_77"}}, 404, 128},
       {{{"playlist", "../plan"}}, 400, 101},
       {{{"subtitle_id", "/etc/passwd"}}, 400, 101},
+      {{{"playlist", "video"}, {"subtitle_id", "/etc/passwd"}}, 400, 101},
+      {{{"playlist", "subtitle"}, {"subtitle_id", "/etc/passwd"}}, 404, 128},
+      {{{"playlist", "subtitle"}, {"subtitle_id", "../owner"}}, 400, 101},
+      {{{"playlist", "subtitle"}, {"subtitle_id", "77"}}, 404, 128},
+      {{{"playlist", "subtitle"}}, 404, 128},
       {{{"format", "raw"}}, 404, 128},
       {{{"format", "mp4"}}, 400, 101},
       {{{"id", "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa"}}, 404, 128},

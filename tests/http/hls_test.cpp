@@ -22,6 +22,7 @@ struct Film {
   size_t playlists;  // of media: one of the picture, one of each sound of its own
   size_t
       pictures;  // of those that are encoded one more than filmed: their sound is longer by less than a frame
+  size_t subtitles = 0;
 };
 void PrintTo(const Film& film, std::ostream* out) { *out << film.file << " as " << film.format; }
 std::string NameOf(const testing::TestParamInfo<Film>& instance) { return instance.param.name; }
@@ -30,7 +31,7 @@ class HlsFilm : public testing::TestWithParam<Film> {};
 INSTANTIATE_TEST_SUITE_P(Ways, HlsFilm,
                          testing::Values(Film{"CopiedWithEncodedSound", kCopied, "hls_remux", 2, 250},
                                          Film{"Copied", "h264_aac.mp4", "hls_remux", 1, 500},
-                                         Film{"CopiedWithTwoTracks", "languages.mkv", "hls_remux", 3, 200},
+                                         Film{"CopiedWithTwoTracks", "languages.mkv", "hls_remux", 3, 200, 2},
                                          Film{"Encoded", kEncoded, "hls", 1, 151},
                                          Film{"EncodedFromAvi", "mpeg4_mp3.avi", "hls", 1, 181}),
                          NameOf);
@@ -73,6 +74,8 @@ TEST_P(HlsFilm, IsOpenedFetchedPlayedAndClosed) {
   const Playlist master = ParsePlaylist(reply.body);
   for (const std::string& address : master.addresses) ExpectPlaylist(ann.Get(address), address);
   for (const std::string& address : master.renditions) ExpectPlaylist(ann.Get(address), address);
+  for (const std::string& address : master.subtitles) ExpectPlaylist(ann.Get(address), address);
+  EXPECT_EQ(master.subtitles.size(), GetParam().subtitles) << master.text;
   const std::vector<Playlist> playlists = ann.MediaPlaylists(stream);
   EXPECT_EQ(playlists.size(), GetParam().playlists) << master.text;
   for (const Playlist& playlist : playlists) {

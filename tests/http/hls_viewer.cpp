@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 Playlist ParsePlaylist(const std::string& text) {
   static constexpr char kUri[] = "URI=\"";
   static constexpr char kDuration[] = "#EXTINF:";
-  Playlist playlist{text, {}, {}, {}};
+  Playlist playlist{text, {}, {}, {}, {}};
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     if (line.empty()) continue;
@@ -22,7 +22,9 @@ Playlist ParsePlaylist(const std::string& text) {
     const size_t uri = line.find(kUri);
     if (!line.starts_with("#EXT-X-MEDIA:") || uri == std::string::npos) continue;
     const size_t start = uri + sizeof kUri - 1;
-    playlist.renditions.push_back(line.substr(start, line.find('"', start) - start));
+    const bool is_subtitle = line.starts_with("#EXT-X-MEDIA:TYPE=SUBTITLES,");
+    std::vector<std::string>& list = is_subtitle ? playlist.subtitles : playlist.renditions;
+    list.push_back(line.substr(start, line.find('"', start) - start));
   }
   return playlist;
 }

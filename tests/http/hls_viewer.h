@@ -11,7 +11,8 @@ namespace kinora::test {
 struct Playlist {
   std::string text;
   std::vector<std::string> addresses;   // the lines that are none of tags: variants, or fragments
-  std::vector<std::string> renditions;  // those of EXT-X-MEDIA tags
+  std::vector<std::string> renditions;  // of the sound: those of EXT-X-MEDIA tags
+  std::vector<std::string> subtitles;   // likewise
   std::vector<double> durations;        // of the fragments, seconds
 
   bool Has(const std::string& line) const { return text.find(line + "\n") != std::string::npos; }
@@ -26,7 +27,8 @@ class HlsViewer : public Viewer {
 
   // Throws std::runtime_error when there is none.
   Playlist GetPlaylist(const std::string& address) const;
-  // All media playlists that the master playlist names: the variants', then the renditions'.
+  // All media playlists of picture and sound that the master playlist names: the variants', then the
+  // renditions'.
   std::vector<Playlist> MediaPlaylists(const HlsStream& stream) const;
 };
 

@@ -77,6 +77,30 @@ TEST(WordParameter, TakesTheNamesOfFragmentsAndPlaylists) {
   }
 }
 
+TEST(OfferedSubtitleParameter, TakesAPathForThePlaylistOfASubtitleAlone) {
+  const auto asked = [](const std::string& playlist, const std::string& subtitle) {
+    Request request = With("subtitle_id", subtitle);
+    request.parameters["playlist"] = playlist;
+    return request;
+  };
+  const auto code_of = [](const Request& request) {
+    try {
+      OfferedSubtitleParameter(request);
+      return 0;
+    } catch (const Error& error) {
+      return static_cast<int>(error.Code());
+    }
+  };
+  for (const char* id : {"", "2", "DLNA", "/films/a \"b\"\n.srt"})
+    EXPECT_EQ(OfferedSubtitleParameter(asked("subtitle", id)), id);
+  EXPECT_EQ(code_of(asked("subtitle", "/" + std::string(4094, 'a'))), 0);
+  EXPECT_EQ(code_of(asked("subtitle", "/" + std::string(4095, 'a'))), 101);
+  for (const char* playlist : {"", "master", "video", "subtitle_1"})
+    EXPECT_EQ(code_of(asked(playlist, "/films/a.srt")), 101) << playlist;
+  for (const char* id : {"films/a.srt", "-1", "dlna", " /films/a.srt"})
+    EXPECT_EQ(code_of(asked("subtitle", id)), 101) << id;
+}
+
 TEST(FragmentParameter, TakesWordsAndTheAddressesOfChunks) {
   for (const char* fragment : {"", "12", "a2_12", "QualityLevels(1500000)/Fragments(video=0)",
                                "QualityLevels(0)/Fragments(audio_2=123456789012345678)"}) {

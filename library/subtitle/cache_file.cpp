@@ -11,6 +11,7 @@
 #include "contract/system/hlibc.h"
 #include "library/log.h"
 #include "library/subtitle/log_unit.h"
+#include "library/subtitle/ownership.h"
 
 namespace crvnkn::webapi::subtitle {
 namespace {
@@ -45,14 +46,6 @@ Descriptor OpenFolder(const fs::path& folder) {
   const fs::path above = folder.parent_path();
   const Descriptor start(::open(above.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   return OpenFolderAt(OpenFolderAt(start, above.filename()), folder.filename());
-}
-
-bool IsOurs(uid_t uid) {
-  uid_t real = 0;
-  uid_t effective = 0;
-  uid_t saved = 0;
-  ::getresuid(&real, &effective, &saved);
-  return uid == real || uid == effective || uid == saved;
 }
 
 bool IsOwn(const Descriptor& folder, const struct stat& file) {

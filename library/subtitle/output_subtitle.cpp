@@ -1,20 +1,17 @@
 #include "library/subtitle/output_subtitle.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
 #include <stdexcept>
 
 #include "contract/media/personal_setting.h"
-#include "contract/system/ea_dir.h"
 #include "contract/system/simple_converter.h"
-#include "contract/webapi/error.h"
 #include "library/if_run_as_root.h"
 #include "library/log.h"
 #include "library/subtitle/cache_file.h"
 #include "library/subtitle/cache_names.h"
 #include "library/subtitle/cached.h"
+#include "library/subtitle/dlna_link.h"
 #include "library/subtitle/log_unit.h"
 #include "library/subtitle/tag_clean_up.h"
 #include "library/subtitle/webvtt.h"
@@ -68,15 +65,7 @@ bool OutputSubtitle::ProcessAsRoot() {
 }
 
 void OutputSubtitle::CheckDLNAPath() {
-  if (subtitle_id != kDlna) return;
-  std::array<char, 4096> buffer{};
-  if (::GetEADirPath(video_path.c_str(), buffer.data(), static_cast<int>(buffer.size())) != 0)
-    throw Error(kErrorDlnaLink, "GetEADirPath failed: " + video_path);
-  const std::string link = std::string(buffer.data()) + "/CRVNVIDEO_SUBTITLE_DLNA.srt";
-  buffer.fill('\0');
-  const ssize_t length = ::readlink(link.c_str(), buffer.data(), buffer.size());
-  if (length < 0) throw Error(kErrorDlnaLink, "readlink failed: " + link);
-  subtitle_id.assign(buffer.data(), static_cast<size_t>(length));
+  if (subtitle_id == kDlna) subtitle_id = SubtitleOfDlnaRenderer(video_path);
 }
 
 void OutputSubtitle::CheckNeedPreview() {

@@ -111,6 +111,26 @@ TEST_F(TwoIdentitiesTest, ASubtitleThatOnlyItsOwnerMayReadIsAnswered) {
   });
 }
 
+TEST_F(TwoIdentitiesTest, ALinkOfADlnaRendererCountsWhenItIsOursOrOfTheSubtitlesOwner) {
+  const fs::path file = PutBeside("film.srt", "text\n");
+  ASSERT_EQ(::chown(file.c_str(), kOwner, kOwner), 0);
+  const fs::path link = CacheFile(Film(), "").parent_path() / "CRVNVIDEO_SUBTITLE_DLNA.srt";
+  fs::create_directories(link.parent_path());
+  fs::create_symlink(file, link);
+  for (const uid_t owner : {kOwner, kService, uid_t{0}, kStranger}) {
+    ASSERT_EQ(::lchown(link.c_str(), owner, owner), 0);
+    RunAsService([&] {
+      if (owner == kStranger) {
+        ExpectError(1151, "readlink failed: " + link.string(),
+                    [&] { OutputSubtitle(Wish("DLNA")).Process(); });
+      } else {
+        EXPECT_TRUE(OutputSubtitle(Wish("DLNA")).Process()) << owner;
+      }
+      EXPECT_EQ(Ids(), kServiceIds);
+    });
+  }
+}
+
 TEST_F(TwoIdentitiesTest, ACacheFileIsTheFoldersOwnersOrOurs) {
   const fs::path file = PutInCache(Film(), "V2_auto_enu_2", "text\n");
   ASSERT_EQ(::chown(file.parent_path().c_str(), kOwner, kOwner), 0);

@@ -63,6 +63,13 @@ export class WebApi {
     return (await this.request(addressOf(api, method, own), { signal: signal ?? null })) as Result;
   }
 
+  // For methods that answer with a text of their own; what refuses is an answer as any other.
+  async getText(api: string, method: string, own: Parameters = {}, signal?: AbortSignal): Promise<string> {
+    const { ok, body } = await this.fetch(addressOf(api, method, own), { signal: signal ?? null });
+    if (!ok) this.read(body);
+    return body;
+  }
+
   async post<Result>(api: string, method: string, own: Parameters = {}): Promise<Result> {
     try {
       return await this.send<Result>(api, method, own);
@@ -88,14 +95,20 @@ export class WebApi {
   }
 
   private async request(address: string, init: RequestInit): Promise<unknown> {
-    let body: string;
+    return this.read((await this.fetch(address, init)).body);
+  }
+
+  private async fetch(address: string, init: RequestInit): Promise<{ ok: boolean; body: string }> {
     try {
       const response = await fetch(address, { ...init, credentials: "same-origin", cache: "no-store" });
-      body = await response.text();
+      return { ok: response.ok, body: await response.text() };
     } catch (error) {
       if (error instanceof DOMException && error.name === "AbortError") throw error;
       throw new Unreachable("no answer");
     }
+  }
+
+  private read(body: string): unknown {
     try {
       return readAnswer(body);
     } catch (error) {

@@ -9,6 +9,7 @@ import { PositionStore } from "./positions.ts";
 import { formatRoute, kLibrary, parseRoute, type LibraryRoute, type Route } from "./router.ts";
 import { signInByWelcome, signOut, whoAmI, type Account } from "./session.ts";
 import { SignInView } from "./sign_in_view.ts";
+import { SubtitleStore } from "./subtitle_store.ts";
 import { takeWelcome } from "./welcome.ts";
 import { wordsForListing } from "./words.ts";
 
@@ -121,8 +122,9 @@ export class App {
   private showFilm(id: number): void {
     const film = this.film_library?.film(id);
     if (this.film_library && !this.film_library.element.hidden) this.film_library.leave(id);
-    const positions = this.positions;
-    this.player = new PlayerView({ api: this.api, positions, film, id, leave: () => this.leaveFilm() });
+    const { api, positions } = this;
+    const subtitles = new SubtitleStore((this.account as Account).id);
+    this.player = new PlayerView({ api, positions, subtitles, film, id, leave: () => this.leaveFilm() });
     this.stage.append(this.player.element);
     this.player.shown();
   }

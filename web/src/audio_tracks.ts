@@ -1,5 +1,6 @@
 // The audio tracks of a film, and how its menu shows them.
 import type { WebApi } from "./api.ts";
+import { nameLanguage } from "./language.ts";
 
 export interface AudioTrack {
   id: string; // by which a stream is opened with it
@@ -10,17 +11,6 @@ export interface AudioTrack {
 export interface TrackWords {
   label: string;
   detail: string;
-}
-
-const kLanguages = new Intl.DisplayNames(["en"], { type: "language", fallback: "none" });
-
-// Empty for what is no language.
-export function nameLanguage(code: string): string {
-  try {
-    return kLanguages.of(code) ?? "";
-  } catch {
-    return "";
-  }
 }
 
 // For streams that do not tell their tracks themselves.

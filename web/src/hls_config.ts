@@ -50,6 +50,10 @@ export function configFor(at: number, worker: string, trouble: HearOfTrouble): P
     maxMaxBufferLength: kAhead,
     backBufferLength: 60,
     xhrSetup: refusal.watch,
+    // The page shows subtitles itself, as a whole and of every kind of stream.
+    subtitleTrackController: undefined,
+    subtitleStreamController: undefined,
+    timelineController: undefined,
     lowLatencyMode: false,
     enableInterstitialPlayback: false,
     manifestLoadPolicy: policy(20_000, refusal, trouble),

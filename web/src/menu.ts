@@ -1,20 +1,53 @@
-// A button with a short list, of one group or several, from each of which one is taken: by mouse, finger or keys. On
-// telephones the list lies at the lower edge of the screen.
+// A button with a list that opens above it, by mouse, finger or keys. On telephones the list lies at the lower edge of
+// the screen.
 import { h } from "./dom.ts";
 import { icon, type IconName } from "./icons.ts";
 
-export interface Choice {
+export interface MenuLook {
+  icon: IconName;
+  label: string;
+  key: string;
+}
+
+export interface MenuItem {
   label: string;
   detail: string;
+  picture: IconName; // before the label
+  chosen?: boolean; // one of several that exclude each other, or something that is on or off by itself
+  alone?: boolean; // the latter
+  disabled?: boolean;
+  act: () => void;
 }
 
-export interface Group {
-  title: string;
-  choices: readonly Choice[];
-  chosen: number;
+export function menuItem({ label, detail, picture, chosen, alone, disabled, act }: MenuItem): HTMLButtonElement {
+  const kind = alone ? "menuitemcheckbox" : "menuitemradio";
+  const role = chosen === undefined ? "menuitem" : kind;
+  return h(
+    "button",
+    {
+      type: "button",
+      role,
+      "aria-checked": chosen === undefined ? undefined : String(chosen),
+      "aria-disabled": disabled ? "true" : undefined,
+      tabindex: -1,
+      onclick: () => disabled || act(),
+    },
+    icon(picture),
+    h("span", { class: "choices-label", dir: "auto" }, label),
+    detail !== "" && h("span", { class: "choices-detail", dir: "auto" }, detail),
+  );
 }
 
-export class Menu {
+export function menuGroup(title: string, ...items: HTMLElement[]): HTMLElement {
+  return h(
+    "div",
+    { role: "group", "aria-label": title, class: "choices-group" },
+    h("p", { class: "choices-title", "aria-hidden": "true" }, title),
+    ...items,
+  );
+}
+
+export abstract class Menu {
   private readonly list: HTMLElement;
   private readonly shade = h("div", { class: "choices-shade", hidden: true, onclick: () => this.close() });
   private before: Element | null = null; // what had the focus when it was opened
@@ -22,8 +55,7 @@ export class Menu {
   readonly element: HTMLElement;
 
   constructor(
-    look: { icon: IconName; label: string; key: string },
-    private readonly onPick: (index: number, group: number) => void,
+    look: MenuLook,
     private readonly onMove: () => void, // it was opened or closed
   ) {
     this.list = h("div", { class: "choices", role: "menu", "aria-label": look.label, hidden: true });
@@ -48,16 +80,6 @@ export class Menu {
     return !this.list.hidden;
   }
 
-  // Fewer than two choices are none: the group goes away, and the button when there is no other one.
-  offer(...groups: readonly Group[]): void {
-    const was = this.items.indexOf(document.activeElement as HTMLElement);
-    const parts = groups.map((group, place) => (group.choices.length < 2 ? false : this.group(group, place)));
-    this.list.replaceChildren(...parts.filter((part) => part !== false));
-    this.element.hidden = this.items.length === 0;
-    if (this.element.hidden) this.close();
-    else if (was >= 0) this.items[was]?.focus();
-  }
-
   toggle(): void {
     if (this.isOpen) this.close();
     else this.open();
@@ -77,7 +99,7 @@ export class Menu {
     if (this.element.hidden) return;
     this.before = document.activeElement;
     this.show(true);
-    (this.items.find((item) => item.ariaChecked === "true") ?? this.items[0])?.focus({ preventScroll: true });
+    this.focusItem();
   }
 
   private show(shown: boolean): void {
@@ -87,31 +109,27 @@ export class Menu {
     this.onMove();
   }
 
+  // Keeps the focus at its place in the list. Without parts the button goes away, too.
+  protected fill(...parts: HTMLElement[]): void {
+    const was = this.items.indexOf(document.activeElement as HTMLElement);
+    this.list.replaceChildren(...parts);
+    this.element.hidden = parts.length === 0;
+    if (this.element.hidden) this.close();
+    else if (was >= 0) this.items[Math.min(was, this.items.length - 1)]?.focus();
+  }
+
+  // The one that is chosen, or the first one.
+  protected focusItem(): void {
+    (this.items.find((item) => item.ariaChecked === "true") ?? this.items[0])?.focus({ preventScroll: true });
+  }
+
+  // Escape was pressed.
+  protected back(): void {
+    this.close();
+  }
+
   private get items(): HTMLElement[] {
-    return [...this.list.querySelectorAll<HTMLElement>('[role="menuitemradio"]')];
-  }
-
-  private group({ title, choices, chosen }: Group, place: number): HTMLElement {
-    const pick = (index: number) => {
-      this.close();
-      if (index !== chosen) this.onPick(index, place);
-    };
-    return h(
-      "div",
-      { role: "group", "aria-label": title, class: "choices-group" },
-      h("p", { class: "choices-title", "aria-hidden": "true" }, title),
-      ...choices.map((choice, index) => this.item(choice, index === chosen, () => pick(index))),
-    );
-  }
-
-  private item({ label, detail }: Choice, checked: boolean, pick: () => void): HTMLElement {
-    return h(
-      "button",
-      { type: "button", role: "menuitemradio", "aria-checked": String(checked), tabindex: -1, onclick: pick },
-      icon("tick"),
-      h("span", { class: "choices-label", dir: "auto" }, label),
-      detail !== "" && h("span", { class: "choices-detail", dir: "auto" }, detail),
-    );
+    return [...this.list.querySelectorAll<HTMLElement>('[role^="menuitem"]')];
   }
 
   private keyed(event: KeyboardEvent): void {
@@ -120,7 +138,8 @@ export class Menu {
     const now = items.indexOf(document.activeElement as HTMLElement);
     const next = nextItem(event.key, now, items.length);
     if (next !== undefined) items[next]?.focus({ preventScroll: true });
-    else if (event.key === "Escape" || event.key === "Tab") this.close();
+    else if (event.key === "Escape") this.back();
+    else if (event.key === "Tab") this.close();
     else if (event.key !== "Enter" && event.key !== " ") return;
     // The film does not hear of it; a button that has the focus is pressed by the browser.
     event.stopPropagation();

@@ -83,6 +83,11 @@ export class Playback {
     return this.position;
   }
 
+  // The same as exactly as the video element knows it.
+  get now(): number {
+    return this.had_picture && this.video.readyState > 0 ? this.video.currentTime : this.position;
+  }
+
   // Of the film in seconds; NaN as long as it is unknown.
   get duration(): number {
     return this.source?.timeline.duration ?? NaN;

@@ -1,10 +1,11 @@
 // The player's buttons and its time line; they show what the video element does and ask the player to act.
 import { nameTracks, type AudioTrack } from "./audio_tracks.ts";
+import { ChoiceMenu } from "./choice_menu.ts";
 import { kAutomatic, type Choice, type Delivery } from "./delivery.ts";
 import { h } from "./dom.ts";
 import { formatTime } from "./format.ts";
 import { changeIcon, icon, type IconName } from "./icons.ts";
-import { Menu } from "./menu.ts";
+import type { Menu } from "./menu.ts";
 import type { PlayerAction } from "./player_keys.ts";
 import { kOriginal, kQualities, type Quality } from "./quality.ts";
 import { SeekBar, type Progress } from "./seek_bar.ts";
@@ -29,12 +30,12 @@ export class PlayerControls {
     "aria-label": "Volume",
     oninput: () => this.on.volume(Number(this.volume.value) / 100),
   });
-  private readonly sound = new Menu(
+  private readonly sound = new ChoiceMenu(
     { icon: "voice", label: "Sound", key: "a" },
     (index) => this.on.track(index),
     () => this.on.menu(),
   );
-  private readonly quality = new Menu(
+  private readonly quality = new ChoiceMenu(
     { icon: "quality", label: "Quality", key: "q" },
     (index, group) => {
       if (group === 0) this.on.quality(kQualities[index] as Quality);
@@ -49,6 +50,7 @@ export class PlayerControls {
     private readonly video: HTMLVideoElement,
     private readonly run: Run,
     private readonly deliveries: readonly Delivery[],
+    private readonly subtitles: Menu,
     private readonly on: {
       act: (action: PlayerAction) => void;
       seek: (seconds: number) => void;
@@ -73,6 +75,7 @@ export class PlayerControls {
         h("div", { class: "volume" }, this.mute, this.volume),
         this.time,
         h("span", { class: "spring" }),
+        this.subtitles.element,
         this.sound.element,
         this.quality.element,
         this.button("help", "Keys", { name: "help" }, "?"),
@@ -91,17 +94,20 @@ export class PlayerControls {
   }
 
   get menuIsOpen(): boolean {
-    return this.sound.isOpen || this.quality.isOpen;
+    return this.menus.some((menu) => menu.isOpen);
   }
 
   closeMenus(): void {
-    this.sound.close();
-    this.quality.close();
+    for (const menu of this.menus) menu.close();
+  }
+
+  private get menus(): Menu[] {
+    return [this.subtitles, this.sound, this.quality];
   }
 
   // Only one of them at a time.
-  toggleMenu(which: "sound" | "quality"): void {
-    this[which === "sound" ? "quality" : "sound"].close();
+  toggleMenu(which: "subtitles" | "sound" | "quality"): void {
+    for (const menu of this.menus) if (menu !== this[which]) menu.close();
     this[which].toggle();
   }
 

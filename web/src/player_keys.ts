@@ -1,10 +1,11 @@
 // The player's keys.
 
 export type PlayerAction =
-  | { name: "toggle" | "mute" | "fullscreen" | "sound" | "quality" | "help" | "leave" }
+  | { name: "toggle" | "mute" | "fullscreen" | "sound" | "quality" | "subtitles" | "toggle subtitles" | "help" | "leave" }
   | { name: "skip"; seconds: number }
   | { name: "jump"; share: number } // of the whole film, 0 to 1
-  | { name: "louder"; by: number }; // of full volume
+  | { name: "louder"; by: number } // of full volume
+  | { name: "delay"; by: number }; // of the subtitles, seconds
 
 export interface Key {
   key: string;
@@ -29,6 +30,10 @@ const kActions = new Map<string, PlayerAction>(
     f: { name: "fullscreen" },
     a: { name: "sound" },
     q: { name: "quality" },
+    s: { name: "subtitles" },
+    c: { name: "toggle subtitles" },
+    g: { name: "delay", by: -0.1 },
+    h: { name: "delay", by: 0.1 },
     "?": { name: "help" },
     Escape: { name: "leave" },
   }),

@@ -16,6 +16,8 @@ import { playerAction, type PlayerAction } from "./player_keys.ts";
 import type { PositionStore } from "./positions.ts";
 import { lastQuality, saveQuality, type Quality } from "./quality.ts";
 import { SoundPicture } from "./sound_picture.ts";
+import type { SubtitleStore } from "./subtitle_store.ts";
+import { Subtitles } from "./subtitles.ts";
 import { watchSurface, type SurfaceEvent } from "./surface.ts";
 import { restoreLoudness, saveLoudness } from "./volume.ts";
 import { Waiting } from "./waiting.ts";
@@ -31,6 +33,9 @@ const kKeys: KeyTable = [
   [["f"], "full screen"],
   [["a"], "choose the sound"],
   [["q"], "choose the quality, and how the film is sent"],
+  [["c"], "subtitles off or on"],
+  [["s"], "choose the subtitles"],
+  [["g", "h"], "subtitles earlier or later"],
   [["Esc"], "leave full screen, then the film"],
   [["?"], "this help"],
 ];
@@ -40,6 +45,7 @@ const kSaveEvery = 5000;
 export interface PlayerContext {
   api: WebApi;
   positions: PositionStore;
+  subtitles: SubtitleStore;
   film: Film | undefined; // as far as the library has it loaded
   id: number;
   leave: () => void;
@@ -50,6 +56,7 @@ export class PlayerView {
   private readonly video: HTMLVideoElement;
   private readonly playback: Playback;
   private readonly controls: PlayerControls;
+  private readonly subtitles: Subtitles;
   private readonly chrome: Chrome;
   private readonly notices = new Notices();
   private readonly title = h("h1", { dir: "auto" });
@@ -82,10 +89,22 @@ export class PlayerView {
       refused: (refused, instead, failure) => this.refused(refused, instead, failure),
       ended: () => this.showStart(true),
       unheard: () => this.notices.show("This sound can’t be sent to your browser. The film goes on with its first one."),
-      tracks: (tracks, chosen) => this.controls.showTracks(tracks, chosen),
+      tracks: (tracks, chosen) => {
+        this.controls.showTracks(tracks, chosen);
+        this.subtitles.heard(tracks[chosen]?.language ?? "");
+      },
       failed: (failure) => this.failed(failure),
     });
-    this.controls = new PlayerControls(this.video, this.playback, deliveriesFor(can), {
+    this.subtitles = new Subtitles({
+      api,
+      film: id,
+      store: context.subtitles,
+      video: this.video,
+      clock: () => this.playback.now,
+      tell: (text, offer) => this.notices.show(text, offer),
+      move: () => this.chrome.wake(),
+    });
+    this.controls = new PlayerControls(this.video, this.playback, deliveriesFor(can), this.subtitles.menu, {
       act: (action) => this.act(action),
       seek: (seconds) => this.seek(seconds),
       volume: (volume) => Object.assign(this.video, { volume, muted: false }),
@@ -122,6 +141,7 @@ export class PlayerView {
   dispose(): void {
     this.save();
     this.playback.close();
+    this.subtitles.dispose();
     this.chrome.dispose();
     this.waiting.end();
     document.removeEventListener("keydown", this.keyed);
@@ -143,6 +163,7 @@ export class PlayerView {
       { class: "player", tabindex: -1, "aria-label": "Player" },
       this.video,
       this.sound_picture.element,
+      this.subtitles.element,
       this.surface,
       this.waiting.element,
       this.start_button,
@@ -208,6 +229,7 @@ export class PlayerView {
     const seen = this.video.videoWidth > 0;
     if (!seen && this.film?.video_codec && this.playback.convert()) return;
     this.sound_picture.show(!seen);
+    void this.subtitles.begin();
     if (seen || !this.film?.video_codec) return;
     this.notices.show(`This browser can’t show ${nameFormat(this.film.video_codec)} pictures; only the sound plays.`);
   }
@@ -283,8 +305,14 @@ export class PlayerView {
     else if (action.name === "louder") this.louder(action.by);
     else if (action.name === "fullscreen") this.fullscreen();
     else if (action.name === "help") showHelp("Keys in the player", kKeys, this.element);
-    else if (action.name === "sound" || action.name === "quality") this.controls.toggleMenu(action.name);
-    else if (this.controls.menuIsOpen) this.controls.closeMenus();
+    else if (action.name === "toggle subtitles") this.subtitles.toggle();
+    else if (action.name === "delay") this.subtitles.shift(action.by);
+    else if (action.name === "leave") this.stepBack();
+    else this.controls.toggleMenu(action.name);
+  }
+
+  private stepBack(): void {
+    if (this.controls.menuIsOpen) this.controls.closeMenus();
     else if (document.fullscreenElement) void document.exitFullscreen();
     else this.context.leave();
   }

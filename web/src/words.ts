@@ -91,6 +91,9 @@ const kOpenWords: Record<number, Words> = {
   1401: { title: "This film is locked", detail: "That PIN was not right." },
 };
 
+// Refusals that mean that a file has gone.
+const kGone = new Set([101, 128, 1101, 1151]);
+
 const kNames = new Map([
   ["matroska", "MKV"],
   ["webm", "WebM"],
@@ -226,4 +229,31 @@ export function wordsForLosing(begun: boolean): Words {
     title: "The film does not begin",
     detail: "The server could not make its first part; its log says why. “kinora doctor”, run there, finds what is missing.",
   };
+}
+
+// 0.3 -> "+0.3 s". Above 0: the subtitle comes later than it is written.
+export function formatDelay(seconds: number): string {
+  const sign = seconds > 0 ? "+" : seconds < 0 ? "−" : "";
+  return `${sign}${Math.abs(seconds).toFixed(1)} s`;
+}
+
+export function sayDelay(seconds: number): string {
+  if (seconds === 0) return "Subtitles come as they are written.";
+  return `Subtitles come ${Math.abs(seconds).toFixed(1)} seconds ${seconds < 0 ? "earlier" : "later"}.`;
+}
+
+export const kLoadingSubtitles = "Loading subtitles";
+
+// A subtitle of which nothing, or not all, can be shown.
+export function wordsForSubtitle(came: "begun" | "empty" | "late", embedded: boolean): string {
+  if (came === "begun") return "Only the first minutes of this subtitle could be loaded.";
+  if (came === "late") return "The server is still taking this subtitle out of the film. Choose it again later.";
+  return `This subtitle holds no text that can be read.${embedded ? "" : " Try another charset."}`;
+}
+
+export function wordsForLosingSubtitle(error: unknown): string {
+  if (error instanceof Unreachable) return "Kinora does not answer. The subtitle could not be loaded.";
+  if (!(error instanceof Refusal)) return "The subtitle could not be read.";
+  if (kGone.has(error.code)) return "This subtitle is not there any more. It may have been moved or removed.";
+  return `The server does not give out this subtitle (code ${error.code}).`;
 }

@@ -1,20 +1,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { WebApi } from "../src/api.ts";
-import { listTracks, nameLanguage, nameTracks, withNames, type AudioTrack, type TrackWords } from "../src/audio_tracks.ts";
-
-const kCodes: [string, string][] = [
-  ["de", "German"],
-  ["ger", "German"],
-  ["fre", "French"],
-  ["und", ""],
-  ["", ""],
-  ["no language", ""],
-  ["<b>", ""],
-];
-for (const [code, name] of kCodes) {
-  test(`Language.IsNamed(${code})`, () => assert.equal(nameLanguage(code), name));
-}
+import { listTracks, nameTracks, withNames, type AudioTrack, type TrackWords } from "../src/audio_tracks.ts";
 
 const kTracks: [string, Omit<AudioTrack, "id">[], TrackWords[]][] = [
   [

@@ -9,7 +9,8 @@ import { kQualities, type Quality } from "../src/quality.ts";
 import { outcome, scanLine, signature } from "../src/scan_watch.ts";
 import { readLoudness } from "../src/volume.ts";
 import {
-  describeFormat, nameDelivery, nameFormat, wordsForLosing, wordsForOpening, wordsForOriginal, wordsForRefusing, wordsForSigningIn,
+  describeFormat, formatDelay, nameDelivery, nameFormat, sayDelay, wordsForLosing, wordsForLosingSubtitle,
+  wordsForOpening, wordsForOriginal, wordsForRefusing, wordsForSigningIn, wordsForSubtitle,
 } from "../src/words.ts";
 
 const kLow = kQualities.find(({ name }) => name === "low") as Quality;
@@ -183,4 +184,33 @@ const kLoudness: [string | null, { volume: number; muted: boolean }][] = [
 ];
 for (const [text, loudness] of kLoudness) {
   test(`Loudness.IsReadWithCare(${text})`, () => assert.deepEqual(readLoudness(text), loudness));
+}
+
+const kDelays: [number, string, string][] = [
+  [0, "0.0 s", "Subtitles come as they are written."],
+  [0.3, "+0.3 s", "Subtitles come 0.3 seconds later."],
+  [-12, "−12.0 s", "Subtitles come 12.0 seconds earlier."],
+];
+for (const [seconds, short, long] of kDelays) {
+  test(`SubtitleDelay.IsToldAs(${short})`, () => {
+    assert.equal(formatDelay(seconds), short);
+    assert.equal(sayDelay(seconds), long);
+  });
+}
+
+test("SubtitleWords.SayWhatToDo", () => {
+  assert.equal(wordsForSubtitle("empty", false), "This subtitle holds no text that can be read. Try another charset.");
+  assert.equal(wordsForSubtitle("empty", true), "This subtitle holds no text that can be read.");
+  assert.equal(wordsForSubtitle("begun", true), "Only the first minutes of this subtitle could be loaded.");
+  assert.match(wordsForSubtitle("late", true), /Choose it again later\.$/);
+});
+
+const kLost: [string, unknown, RegExp][] = [
+  ["no answer", new Unreachable("gone"), /^Kinora does not answer/],
+  ["gone", new Refusal(1101, ""), /not there any more/],
+  ["refused", new Refusal(105, ""), /\(code 105\)\.$/],
+  ["no document", new SyntaxError("no WebVTT"), /^The subtitle could not be read/],
+];
+for (const [what, error, words] of kLost) {
+  test(`SubtitleWords.SayWhyItIsLost(${what})`, () => assert.match(wordsForLosingSubtitle(error), words));
 }

@@ -27,6 +27,16 @@ export function film(id, own = {}) {
   };
 }
 
+// What stands between a subtitle's head and its end, as the server writes it: times and texts.
+export function webvtt(...cues) {
+  const time = (seconds) => new Date(seconds * 1000).toISOString().slice(11, 23);
+  const lines = cues.map(([from, to, text]) => `${time(from)} --> ${time(to)}\n${text}\n`);
+  return `WEBVTT\nX-TIMESTAMP-MAP=MPEGTS:90000, LOCAL:00:00:00.000\n\n${lines.join("\n")}`;
+}
+
+// Of one that the server has not got yet, or can't read.
+export const kNoLines = `${webvtt().trimEnd()}\n\n00:00:00.000 --> 00:00:00.000\n`;
+
 class Refused extends Error {
   constructor(code, message = "") {
     super(message);
@@ -54,6 +64,10 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     auto: () => "raw", // (film id, call) -> the format to open it in unless another one was asked for
     files: {}, // film id -> what is sent of it as it is, instead of `media`
     sounds: {}, // film id -> its audio tracks: id, title, language
+    subtitles: {}, // film id -> its subtitles, as they are listed
+    charsets: [["auto", "Detected automatically"], ["BIG5", "Chinese, traditional (Big5)"], ["CP1252", "Western (Windows)"]],
+    lines: () => kNoLines, // (call for a subtitle) -> its WebVTT document; a number: the code that refuses it
+    traditional: false, // the account's preference
     heard: {}, // stream -> the audio track that it was opened with
     kinds: { hls: "muxed", hls_remux: "muxed" }, // which fragments a format gets
     fail: () => undefined, // (call for a stream) -> the HTTP status to fail it with
@@ -146,6 +160,12 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     sendWebm(webm, Number(call.get("seek") ?? 0), response);
   }
 
+  function sendSubtitle(call, response) {
+    const lines = mock.lines(call);
+    if (typeof lines === "number") throw new Refused(lines);
+    response.writeHead(200, { "Content-Type": "text/plain" }).end(lines);
+  }
+
   const methods = {
     "Session.sign_in": signIn,
     "Session.sign_out": (call, response, sid) => { mock.sessions.delete(sid); return {}; },
@@ -154,10 +174,17 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     "Catalog.progress": () => mock.progress,
     "Catalog.rescan": () => { mock.progress = { ...mock.progress, running: true }; return { started: true }; },
     "Film.tracks": (call) => ({ video: [], audio: mock.sounds[call.get("id")] ?? [] }),
+    "Subtitle.list": (call) => ({ subtitles: mock.subtitles[call.get("id")] ?? [] }),
+    "Subtitle.charsets": () => ({ charsets: mock.charsets.map(([name, title]) => ({ name, title })) }),
+    "Preference.get": () => ({ convert_simplified_to_traditional: mock.traditional }),
+    "Preference.set": (call) => {
+      mock.traditional = call.get("convert_simplified_to_traditional") === "true";
+      return { convert_simplified_to_traditional: mock.traditional };
+    },
     "Stream.open": open,
     "Stream.close": (call) => { mock.streams.delete(call.get("id")); return {}; },
   };
-  const changing = ["Session.sign_out", "Catalog.rescan", "Stream.open", "Stream.close"];
+  const changing = ["Session.sign_out", "Catalog.rescan", "Preference.set", "Stream.open", "Stream.close"];
 
   function answerCall(call, request, response) {
     const name = `${call.get("api")?.replace("CRVN.Kinora2.", "")}.${call.get("method")}`;
@@ -168,6 +195,7 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     }
     if (name === "Film.picture") return sendFile(request, response, pictures(Number(call.get("id"))), "image/jpeg");
     if (name === "Stream.stream") return sendStream(call, request, response);
+    if (name === "Subtitle.get") return sendSubtitle(call, response);
     const result = JSON.stringify({ result: methods[name](call, response, sid) });
     response.writeHead(200, { "Content-Type": "application/json" }).end(result);
   }

@@ -284,6 +284,19 @@ test("Subtitles.AreShownInTheViewersLanguageInTheNextFilmAndStayOffWhereTheyWere
   assert.equal(await lines().innerText(), "");
 });
 
+test("Subtitles.OfALockedFilmComeWithItsPin", async () => {
+  mock.pins[1] = "1234";
+  await page.goto("/#/film/1");
+  await page.getByLabel("PIN").fill("1234");
+  await page.keyboard.press("Enter");
+  await playsPast(page, 0.2);
+  await button().click();
+  await item("English").click();
+  await page.keyboard.press("k");
+  await page.keyboard.press("5");
+  await shows("second 10");
+});
+
 test("Subtitles.OfForeignPartsComeByThemselvesInTheLanguageThatIsHeard", async () => {
   mock.lines = (call) => always(`track ${call.get("subtitle_id")}`);
   mock.sounds = { 1: [{ id: "1", title: "", language: "eng" }, { id: "2", title: "", language: "ger" }] };

@@ -4,6 +4,8 @@
 export const kAddress = "/webapi/entry.cgi";
 export const kVersion = "1";
 
+const kBusy = 503; // of HTTP
+
 export const kNotSignedIn = 124;
 export const kTokenRefused = 125;
 export const kWrongPassword = 126;
@@ -64,9 +66,10 @@ export class WebApi {
   }
 
   // For methods that answer with a text of their own; what refuses is an answer as any other.
-  async getText(api: string, method: string, own: Parameters = {}, signal?: AbortSignal): Promise<string> {
-    const { ok, body } = await this.fetch(addressOf(api, method, own), { signal: signal ?? null });
-    if (!ok) this.read(body);
+  async postText(api: string, method: string, own: Parameters, signal: AbortSignal): Promise<string> {
+    const { status, body } = await this.fetch(kAddress, { method: "POST", body: this.form(api, method, own), signal });
+    if (status === kBusy) throw new Unreachable("the server has too much to do");
+    if (status >= 400) this.read(body);
     return body;
   }
 
@@ -98,10 +101,10 @@ export class WebApi {
     return this.read((await this.fetch(address, init)).body);
   }
 
-  private async fetch(address: string, init: RequestInit): Promise<{ ok: boolean; body: string }> {
+  private async fetch(address: string, init: RequestInit): Promise<{ status: number; body: string }> {
     try {
       const response = await fetch(address, { ...init, credentials: "same-origin", cache: "no-store" });
-      return { ok: response.ok, body: await response.text() };
+      return { status: response.status, body: await response.text() };
     } catch (error) {
       if (error instanceof DOMException && error.name === "AbortError") throw error;
       throw new Unreachable("no answer");

@@ -57,7 +57,7 @@ export class Playback {
   private begun = false; // some stream of it had a picture
   private converted = false; // the browser can't play the film as it is
   private played: Choice | undefined; // how it was last seen or heard
-  private pin: string | undefined;
+  pin: string | undefined; // that opened the film
   private generation = 0; // tells answers to an earlier opening from the present one's
   private mending: ReturnType<typeof setTimeout> | undefined;
   private readonly recovery = new Recovery();

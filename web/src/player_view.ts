@@ -98,6 +98,7 @@ export class PlayerView {
     this.subtitles = new Subtitles({
       api,
       film: id,
+      pin: () => this.playback.pin,
       store: context.subtitles,
       video: this.video,
       clock: () => this.playback.now,

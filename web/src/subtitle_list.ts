@@ -50,9 +50,10 @@ export function asSubtitle(listed: ListedSubtitle): Subtitle {
   };
 }
 
-export async function listSubtitles(api: WebApi, film: number): Promise<Subtitle[]> {
-  const own = { id: film, include_image: "true" };
-  const { subtitles } = await api.get<{ subtitles: ListedSubtitle[] }>("Subtitle", "list", own);
+// `pin`: that opens the film, if it is locked.
+export async function listSubtitles(api: WebApi, film: number, pin?: string): Promise<Subtitle[]> {
+  const own = { id: film, include_image: "true", pin };
+  const { subtitles } = await api.post<{ subtitles: ListedSubtitle[] }>("Subtitle", "list", own);
   return subtitles.map(asSubtitle);
 }
 

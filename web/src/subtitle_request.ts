@@ -15,24 +15,27 @@ export async function listCharsets(api: WebApi): Promise<Charset[]> {
   return (await api.get<{ charsets: Charset[] }>("Subtitle", "charsets")).charsets;
 }
 
+export interface Wish {
+  film: number;
+  pin: string | undefined; // that opens it, if it is locked
+  subtitle: Subtitle;
+  charset: string;
+}
+
 // One subtitle in one charset. Rejects with an AbortError once `signal` says so.
-export function subtitleServer(
-  api: WebApi,
-  film: number,
-  { id, embedded }: Subtitle,
-  charset: string,
-  signal: AbortSignal,
-): SubtitleServer<VTTCue> {
-  const wish = { id: film, subtitle_id: id, codepage: embedded ? undefined : charset };
+export function subtitleServer(api: WebApi, wish: Wish, signal: AbortSignal): SubtitleServer<VTTCue> {
+  const { film, pin, charset } = wish;
+  const { id, embedded } = wish.subtitle;
+  const what = { id: film, pin, subtitle_id: id, codepage: embedded ? undefined : charset };
   const form = { output_webvtt: "true", keep_basic_tags: "true" };
   return {
     lines: async (preview) => {
-      const own = { ...wish, ...form, preview: preview ? "true" : undefined };
-      const lines = await readWebvtt(await api.getText("Subtitle", "get", own, signal));
+      const own = { ...what, ...form, preview: preview ? "true" : undefined };
+      const lines = await readWebvtt(await api.postText("Subtitle", "get", own, signal));
       signal.throwIfAborted();
       return lines;
     },
-    extracted: async () => (await listSubtitles(api, film)).some((one) => one.id === id && one.extracted),
+    extracted: async () => (await listSubtitles(api, film, pin)).some((one) => one.id === id && one.extracted),
     pause: (milliseconds) =>
       new Promise((resolve, reject) => {
         signal.throwIfAborted();

@@ -14,6 +14,7 @@ import { sayDelay, wordsForLosingSubtitle, wordsForSubtitle } from "./words.ts";
 export interface SubtitleContext {
   api: WebApi;
   film: number;
+  pin: () => string | undefined; // that opened the film
   store: SubtitleStore;
   video: HTMLVideoElement;
   clock: () => number; // seconds into the film, of what is seen right now
@@ -62,9 +63,9 @@ export class Subtitles {
   async begin(): Promise<void> {
     if (this.begun) return;
     this.begun = true;
-    const { api, film } = this.context;
+    const { api, film, pin } = this.context;
     try {
-      this.all = await listSubtitles(api, film);
+      this.all = await listSubtitles(api, film, pin());
     } catch {
       this.begun = false; // with the next stream
       return;
@@ -182,15 +183,15 @@ export class Subtitles {
 
   // What is shown stays until something else is there.
   private async load(): Promise<void> {
-    const { api, film, tell } = this.context;
-    const { chosen } = this;
+    const { api, film, pin, tell } = this.context;
+    const { charset, chosen } = this;
     this.loading.abort();
     this.loading = new AbortController();
     const { signal } = this.loading;
     if (!chosen) return;
     this.screen.showLoading(true);
     try {
-      const server = subtitleServer(api, film, chosen, this.charset, signal);
+      const server = subtitleServer(api, { film, pin: pin(), subtitle: chosen, charset }, signal);
       const came = await loadSubtitle(server, makingOf(chosen), (cues) => this.screen.show(cues, chosen.language));
       if (came === "whole") return;
       if (came === "empty") this.screen.clear();

@@ -92,7 +92,7 @@ const kOpenWords: Record<number, Words> = {
 };
 
 // Refusals that mean that a file has gone.
-const kGone = new Set([101, 128, 1101, 1151]);
+const kGone = new Set([128, 1101, 1151]);
 
 const kNames = new Map([
   ["matroska", "MKV"],

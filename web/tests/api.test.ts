@@ -79,6 +79,25 @@ test("WebApi.TellsWhenTheSessionHasEnded", async () => {
   assert.equal(ended, 1);
 });
 
+const kSignal = new AbortController().signal;
+
+test("WebApi.GivesATextAsItIs", async () => {
+  globalThis.fetch = async () => new Response("WEBVTT");
+  assert.equal(await new WebApi().postText("Subtitle", "get", { id: 1 }, kSignal), "WEBVTT");
+});
+
+const kNoTexts: [number, string, object][] = [
+  [404, '{"error":{"code":128,"message":""}}', { code: 128 }],
+  [502, "<html>Bad gateway</html>", { message: "the answer is not the server's" }],
+  [503, '{"error":{"code":129,"message":""}}', { message: "the server has too much to do" }],
+];
+for (const [status, body, error] of kNoTexts) {
+  test(`WebApi.GivesNoTextWhenItIsRefused(${status})`, async () => {
+    globalThis.fetch = async () => new Response(body, { status });
+    await assert.rejects(new WebApi().postText("Subtitle", "get", { id: 1 }, kSignal), error);
+  });
+}
+
 test("WebApi.IsUnreachableWhenNobodyAnswers", async () => {
   globalThis.fetch = () => Promise.reject(new TypeError("fetch failed"));
   await assert.rejects(new WebApi().get("Catalog", "list"), Unreachable);

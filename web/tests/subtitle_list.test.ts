@@ -29,9 +29,9 @@ for (const [format, readable] of [["srt", true], ["pgs", false], ["dvdsub", fals
 
 test("Subtitles.AreListedWithPictures", async () => {
   const asked: unknown[] = [];
-  const api = { get: async (...call: unknown[]) => (asked.push(call), { subtitles: [kListed] }) } as unknown as WebApi;
-  assert.deepEqual((await listSubtitles(api, 7)).map(({ id }) => id), ["3"]);
-  assert.deepEqual(asked, [["Subtitle", "list", { id: 7, include_image: "true" }]]);
+  const api = { post: async (...call: unknown[]) => (asked.push(call), { subtitles: [kListed] }) } as unknown as WebApi;
+  assert.deepEqual((await listSubtitles(api, 7, "1234")).map(({ id }) => id), ["3"]);
+  assert.deepEqual(asked, [["Subtitle", "list", { id: 7, include_image: "true", pin: "1234" }]]);
 });
 
 const kNames: [string, Partial<Subtitle>[], SubtitleWords[]][] = [

@@ -106,6 +106,11 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     return { total: found.length, videos: found.slice(offset, offset + Number(call.get("limit") ?? 100)) };
   }
 
+  function requirePin(call) {
+    const pin = mock.pins[call.get("id")];
+    if (pin && call.get("pin") !== pin) throw new Refused(call.get("pin") ? 1401 : 1400);
+  }
+
   function open(call) {
     const id = Number(call.get("id"));
     if (mock.refuse[id]) throw new Refused(mock.refuse[id]);
@@ -113,7 +118,7 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     if (mock.refuseConverting && format === "hls") throw new Refused(mock.refuseConverting);
     if (mock.refuseFormat[format]) throw new Refused(...mock.refuseFormat[format]);
     if (mock.refuseTrack[call.get("audio_track")]) throw new Refused(mock.refuseTrack[call.get("audio_track")]);
-    if (mock.pins[id] && call.get("pin") !== mock.pins[id]) throw new Refused(call.get("pin") ? 1401 : 1400);
+    requirePin(call);
     const stream_id = `stream-${mock.next++}`;
     mock.streams.set(stream_id, id);
     mock.heard[stream_id] = call.get("audio_track");
@@ -161,6 +166,7 @@ export async function startMock({ page, media, films = [], pictures = () => unde
   }
 
   function sendSubtitle(call, response) {
+    requirePin(call);
     const lines = mock.lines(call);
     if (typeof lines === "number") throw new Refused(lines);
     response.writeHead(200, { "Content-Type": "text/plain" }).end(lines);
@@ -174,7 +180,7 @@ export async function startMock({ page, media, films = [], pictures = () => unde
     "Catalog.progress": () => mock.progress,
     "Catalog.rescan": () => { mock.progress = { ...mock.progress, running: true }; return { started: true }; },
     "Film.tracks": (call) => ({ video: [], audio: mock.sounds[call.get("id")] ?? [] }),
-    "Subtitle.list": (call) => ({ subtitles: mock.subtitles[call.get("id")] ?? [] }),
+    "Subtitle.list": (call) => { requirePin(call); return { subtitles: mock.subtitles[call.get("id")] ?? [] }; },
     "Subtitle.charsets": () => ({ charsets: mock.charsets.map(([name, title]) => ({ name, title })) }),
     "Preference.get": () => ({ convert_simplified_to_traditional: mock.traditional }),
     "Preference.set": (call) => {

@@ -7,8 +7,10 @@
 #include <cstring>
 #include <optional>
 #include <sstream>
+#include <stdexcept>
 
 #include "cli/serve_places.h"
+#include "contract/system/simple_converter.h"
 #include "platform/system/child.h"
 #include "platform/system/places.h"
 #include "platform/system/vaapi.h"
@@ -17,11 +19,13 @@ namespace kinora::cli {
 namespace {
 
 constexpr char kInstallFFmpeg[] = "; install the package ffmpeg";
-constexpr std::array kPrograms = {"bin/kinora",          "bin/entry.cgi",          "libexec/kinora-index",
-                                  "libexec/kinora-job",  "libexec/kinora-picture", "libexec/kinora-probe",
-                                  "libexec/kinora-remux"};
+constexpr char kInterpreter[] = "/usr/bin/php";
+constexpr char kChinese[] = "etc/opencc/data/config/s2tw_text.json";
+constexpr std::array kPrograms = {"bin/kinora",           "bin/entry.cgi",       "libexec/kinora-hanzi",
+                                  "libexec/kinora-index", "libexec/kinora-job",  "libexec/kinora-picture",
+                                  "libexec/kinora-probe", "libexec/kinora-remux"};
 constexpr std::array kData = {"share/lighttpd.conf", "share/web/index.html", "etc/format_rules.json",
-                              "etc/TransProfile", "etc/TransProfile_GST"};
+                              "etc/TransProfile",    "etc/TransProfile_GST", "scripts/phpiconv"};
 
 // What a child printed; nothing when it could not be run to its end.
 std::optional<std::string> OutputOf(const std::string& program, const std::vector<std::string>& options) {
@@ -127,6 +131,28 @@ Findings CheckFFmpeg() {
   if (findings.front().grade != Grade::kOk) return findings;
   Append(findings, CheckAbilities("encoders", kEncoders));
   Append(findings, CheckAbilities("filters", kFilters));
+  return findings;
+}
+
+Findings CheckSubtitles() {
+  Findings findings;
+  if (const auto version = OutputOf(kInterpreter, {"-n", "--version"})) {
+    findings.push_back({Grade::kOk, "php", FirstLine(*version)});
+  } else {
+    findings.push_back({Grade::kFail, "php",
+                        std::string(kInterpreter) +
+                            " does not start under the service's account: no subtitles "
+                            "are converted into UTF-8; install the package php-cli"});
+  }
+  try {
+    const bool converts = Opencc::SimpleConverter(system::InTarget(kChinese)).Convert("\u6c49") == "\u6f22";
+    if (!converts) throw std::runtime_error("the conversion is wrong");
+    findings.push_back({Grade::kOk, "chinese", "subtitles can be had in the traditional script"});
+  } catch (const std::runtime_error& error) {
+    findings.push_back({Grade::kWarn, "chinese",
+                        std::string("subtitles cannot be had in the traditional script: ") + error.what() +
+                            "; install the package libopencc1.1, or Kinora again"});
+  }
   return findings;
 }
 

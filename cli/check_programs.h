@@ -16,6 +16,7 @@ std::set<std::string> NamesInListing(std::string_view listing);
 
 Findings CheckParts();  // the package's own
 Findings CheckFFmpeg();
+Findings CheckSubtitles();  // what converts them
 Findings CheckHardware(const system::Settings& settings);
 
 }  // namespace kinora::cli

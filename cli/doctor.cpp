@@ -54,6 +54,7 @@ void Examine() {
   examination.Take(TakeOnAccount(settings));
   examination.Take(CheckParts());
   examination.Take(CheckFFmpeg());
+  examination.Take(CheckSubtitles());
   examination.Take(CheckHardware(settings));
   examination.Take(CheckWorkspace());
   examination.Take(CheckVolumes(settings));

@@ -43,13 +43,15 @@ TEST_F(DoctorTest, FindsNothingWrongWhereNothingIs) {
   const Outcome outcome = Run({"doctor"});
   EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
   EXPECT_THAT(outcome.out, Not(HasSubstr("FAIL")));
-  EXPECT_THAT(outcome.out, AllOf(HasSubstr("OK    settings   /var/packages/Kinora/etc/kinora.conf\n"),
-                                 HasSubstr("OK    programs   all parts are there\n"),
-                                 HasSubstr("OK    ffmpeg     ffmpeg version "),
-                                 HasSubstr("OK    ffprobe    ffprobe version "),
-                                 HasSubstr("OK    encoders   libx264, aac, libmp3lame, libvpx, libopus\n"),
-                                 HasSubstr("OK    filters    scale, bwdif, zscale, tonemap\n"),
-                                 HasSubstr("OK    workspace  /tmp/Kinora\n")));
+  EXPECT_THAT(
+      outcome.out,
+      AllOf(HasSubstr("OK    settings   /var/packages/Kinora/etc/kinora.conf\n"),
+            HasSubstr("OK    programs   all parts are there\n"),
+            HasSubstr("OK    ffmpeg     ffmpeg version "), HasSubstr("OK    ffprobe    ffprobe version "),
+            HasSubstr("OK    encoders   libx264, aac, libmp3lame, libvpx, libopus\n"),
+            HasSubstr("OK    filters    scale, bwdif, zscale, tonemap\n"), HasSubstr("OK    php        PHP "),
+            HasSubstr("OK    chinese    subtitles can be had in the traditional script\n"),
+            HasSubstr("OK    workspace  /tmp/Kinora\n")));
   EXPECT_THAT(outcome.out,
               AllOf(HasSubstr(" is free; Kinora is not running\n"), HasSubstr("OK    volume     /"),
                     HasSubstr("OK    database   /var/packages/Kinora/var/database/kinora.db\n"),

@@ -23,21 +23,21 @@ struct CueTimes {
 // More than any film lasts, and products of it stay numbers.
 constexpr long kMost = 1'000'000'000;
 
-int64_t Number(const std::string& field) {
-  return std::clamp(std::strtol(field.c_str(), nullptr, 10), -kMost, kMost);
-}
+int64_t Number(const char* field) { return std::clamp(std::strtol(field, nullptr, 10), -kMost, kMost); }
 
 // Of "hours:minutes:seconds"; what follows the whole seconds is not read.
 std::optional<int64_t> Seconds(const std::string& time) {
-  const std::vector<std::string> fields = LibKinora::StringExplode(time, ":");
-  if (fields.size() != 3) return std::nullopt;
-  return Number(fields[0]) * 3600 + Number(fields[1]) * 60 + Number(fields[2]);
+  const size_t minutes = time.find(':') + 1;
+  const size_t seconds = time.find(':', minutes) + 1;
+  if (minutes == 0 || seconds == 0 || time.find(':', seconds) != std::string::npos) return std::nullopt;
+  const char* const fields = time.c_str();
+  return Number(fields) * 3600 + Number(fields + minutes) * 60 + Number(fields + seconds);
 }
 
 // Nothing when the line is no timing line.
-std::optional<CueTimes> ReadTimes(const std::string& line) {
-  if (line.find(kArrow) == std::string::npos) return std::nullopt;
-  const std::vector<std::string> times = LibKinora::StringExplode(line, kArrow);
+std::optional<CueTimes> ReadTimes(std::string_view line) {
+  if (line.find(kArrow) == std::string_view::npos) return std::nullopt;
+  const std::vector<std::string> times = LibKinora::StringExplode(std::string(line), kArrow);
   if (times.size() != 2) return std::nullopt;
   const std::optional<int64_t> start = Seconds(times[0]);
   const std::optional<int64_t> end = Seconds(times[1]);
@@ -56,9 +56,9 @@ class Cues {
  public:
   explicit Cues(const CueWindow& window) : window_(window) {}
 
-  void Read(std::string line) {
+  void Read(std::string_view line) {
     if (const std::optional<CueTimes> times = ReadTimes(line)) {
-      ReadTiming(std::move(line), *times);
+      ReadTiming(line, *times);
     } else if (!skipping_ && !after_blank_ && !text_.empty()) {
       after_blank_ = line.empty() || line == "\r";
       Write(line);
@@ -68,12 +68,12 @@ class Cues {
   const std::string& Text() const { return text_; }
 
  private:
-  void ReadTiming(std::string line, const CueTimes& times) {
+  void ReadTiming(std::string_view line, const CueTimes& times) {
     after_blank_ = false;
     skipping_ = IsOutside(times, window_);
     if (skipping_) return;
-    std::replace(line.begin(), line.end(), ',', '.');
     Write(line);
+    std::replace(text_.end() - static_cast<std::ptrdiff_t>(line.size()) - 1, text_.end(), ',', '.');
   }
 
   void Write(std::string_view line) {
@@ -101,7 +101,7 @@ std::string ConvertToWebvtt(const std::string& text, const CueWindow& window) {
   std::string_view rest = text;
   while (!rest.empty()) {
     const size_t end = rest.find('\n');
-    cues.Read(std::string(rest.substr(0, end)));
+    cues.Read(rest.substr(0, end));
     rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
   }
   return cues.Text().empty() ? "" : kWebvttHeader + cues.Text();

@@ -13,6 +13,8 @@
 //   build/dev/tests/golden/golden_test
 //
 // A new case is its in.srt and empty files of the names that are wanted.
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -33,12 +35,6 @@ std::vector<fs::path> Sorted(const fs::path& folder) {
   return entries;
 }
 
-std::vector<std::string> CaseNames() {
-  std::vector<std::string> names;
-  for (const fs::path& folder : Sorted(kCases)) names.push_back(folder.filename());
-  return names;
-}
-
 // Throws std::invalid_argument for a name that says nothing.
 Wishes WishesOf(const std::string& name) {
   Wishes wishes;
@@ -57,32 +53,34 @@ Wishes WishesOf(const std::string& name) {
   throw std::invalid_argument("no golden file is called " + name);
 }
 
-class Golden : public Chain, public testing::WithParamInterface<std::string> {};
+class Golden : public testing::Test, protected Chain {
+ protected:
+  const bool renew_ = std::getenv("KINORA_RENEW_GOLDEN") != nullptr;
 
-TEST_P(Golden, AnswersAreAsTheyWere) {
-  const bool renew = std::getenv("KINORA_RENEW_GOLDEN") != nullptr;
-  Speak("enu");
-  const std::string bytes = ReadFile(kCases / GetParam() / "in.srt");
-  size_t compared = 0;
-  for (const fs::path& file : Sorted(kCases / GetParam())) {
-    if (file.filename() == "in.srt") continue;
+  void Check(const std::string& bytes, const fs::path& file) const {
     const std::string answer = Answer(bytes, WishesOf(file.filename()));
-    if (renew) {
+    if (renew_) {
       WriteFile(file, answer);
     } else {
       EXPECT_EQ(answer, ReadFile(file)) << file;
     }
-    ++compared;
   }
-  EXPECT_GE(compared, 1U);
-  if (renew) GTEST_SKIP() << "renewed, not compared";
-}
+};
 
-INSTANTIATE_TEST_SUITE_P(Cases, Golden, testing::ValuesIn(CaseNames()), [](const auto& tested) {
-  std::string name = tested.param;
-  std::replace(name.begin(), name.end(), '-', '_');
-  return name;
-});
+TEST_F(Golden, AnswersAreAsTheyWere) {
+  Speak("enu");
+  size_t compared = 0;
+  for (const fs::path& folder : Sorted(kCases)) {
+    const std::string bytes = ReadFile(folder / "in.srt");
+    for (const fs::path& file : Sorted(folder)) {
+      if (file.filename() == "in.srt") continue;
+      Check(bytes, file);
+      ++compared;
+    }
+  }
+  EXPECT_GE(compared, 70U);
+  if (renew_) GTEST_SKIP() << compared << " renewed, not compared";
+}
 
 }  // namespace
 }  // namespace kinora::texts

@@ -25,24 +25,29 @@ std::string ReadFile(const std::filesystem::path& path) {
 }
 
 void WriteFile(const std::filesystem::path& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-  ASSERT_EQ(ReadFile(path), bytes) << path;
+  if (!(std::ofstream(path, std::ios::binary) << bytes << std::flush))
+    throw std::runtime_error("cannot write " + path.string());
+}
+
+std::string Recoded(const std::string& text, const std::string& from, const std::string& to) {
+  const iconv_t converter = ::iconv_open(to.c_str(), from.c_str());
+  if (converter == reinterpret_cast<iconv_t>(-1)) throw std::runtime_error("from " + from + " to " + to);
+  std::string recoded(text.size() * 4 + 16, '\0');
+  char* source = const_cast<char*>(text.data());  // iconv only reads it
+  size_t source_left = text.size();
+  char* target = recoded.data();
+  size_t target_left = recoded.size();
+  const bool done =
+      ::iconv(converter, &source, &source_left, &target, &target_left) != static_cast<size_t>(-1) &&
+      ::iconv(converter, nullptr, nullptr, &target, &target_left) != static_cast<size_t>(-1);
+  ::iconv_close(converter);
+  if (!done) throw std::runtime_error("not in " + to + ": " + text.substr(text.size() - source_left, 16));
+  recoded.resize(recoded.size() - target_left);
+  return recoded;
 }
 
 std::string Encoded(const std::string& utf8, const std::string& charset) {
-  const iconv_t converter = ::iconv_open(charset.c_str(), "UTF-8");
-  if (converter == reinterpret_cast<iconv_t>(-1)) throw std::runtime_error("no charset " + charset);
-  std::string encoded(utf8.size() * 4 + 16, '\0');
-  char* from = const_cast<char*>(utf8.data());  // iconv only reads it
-  size_t from_left = utf8.size();
-  char* to = encoded.data();
-  size_t to_left = encoded.size();
-  const bool done = ::iconv(converter, &from, &from_left, &to, &to_left) != static_cast<size_t>(-1) &&
-                    ::iconv(converter, nullptr, nullptr, &to, &to_left) != static_cast<size_t>(-1);
-  ::iconv_close(converter);
-  if (!done) throw std::runtime_error("not in " + charset + ": " + utf8.substr(utf8.size() - from_left, 16));
-  encoded.resize(encoded.size() - to_left);
-  return encoded;
+  return Recoded(utf8, "UTF-8", charset);
 }
 
 Chain::Chain() {

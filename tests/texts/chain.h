@@ -2,17 +2,18 @@
 // the fixed places.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <string>
 
 namespace kinora::texts {
 
 std::string ReadFile(const std::filesystem::path& path);
+// Throws std::runtime_error when the file cannot be written.
 void WriteFile(const std::filesystem::path& path, const std::string& bytes);
 
-// The text in another charset, as iconv(3) writes it. Throws std::runtime_error when it has no such letters.
+// The text in another charset, as iconv(3) writes it. Throws std::runtime_error when that cannot be done
+// whole.
+std::string Recoded(const std::string& text, const std::string& from, const std::string& to);
 std::string Encoded(const std::string& utf8, const std::string& charset);
 
 // What a player asks for.
@@ -25,10 +26,13 @@ struct Wishes {
   bool strip_stray_brackets = true;
 };
 
-class Chain : public testing::Test {
- protected:
+// One file at a time.
+class Chain {
+ public:
   Chain();
-  ~Chain() override;
+  ~Chain();
+  Chain(const Chain&) = delete;
+  Chain& operator=(const Chain&) = delete;
 
   // From now on this is the machine's code page.
   static void Speak(const std::string& codepage);

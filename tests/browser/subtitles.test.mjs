@@ -331,6 +331,9 @@ test("Subtitles.AreLeftToTheBrowserWhileTheFilmIsOutsideThePage", async () => {
     }, event);
   assert.deepEqual(await outside("enterpictureinpicture"), { mode: "showing", count: kLength, second: 1.06, seen: false });
   assert.deepEqual(await outside("leavepictureinpicture"), { mode: "disabled", count: 0, second: 0, seen: true });
+  // One that the browser finds in the film itself.
+  await page.evaluate(() => (document.querySelector("video").addTextTrack("captions", "found").mode = "showing"));
+  await page.waitForFunction(() => document.querySelector("video").textTracks[1].mode === "disabled");
 });
 
 test("Subtitles.SuitATelephone", async () => {

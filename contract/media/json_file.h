@@ -12,4 +12,10 @@ namespace LibKinora {
 // written; what was there stays then.
 bool WriteJsonToFile(const std::string& path, const Json::Value& value);
 
+// Reads the JSON document (RFC 8259: no comments, no member twice, nothing behind it; an array or an object)
+// in the file. false, with `value` as it was, when there is no such file, or, with a line in the system log,
+// when the path is not absolute, the file is no plain one, is larger than 1 MiB, cannot be read, or holds
+// anything else, be it nested deeper than 64. Never throws but for want of memory.
+bool ReadJsonFromFile(const std::string& path, Json::Value& value);
+
 }  // namespace LibKinora

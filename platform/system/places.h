@@ -12,6 +12,7 @@ inline constexpr char kWorkspace[] = "/tmp/Kinora";
 inline constexpr char kTarget[] = "/var/packages/Kinora/target";
 inline constexpr char kSettingsFile[] = "/var/packages/Kinora/etc/kinora.conf";
 inline constexpr char kVar[] = "/var/packages/Kinora/var";
+inline constexpr char kMachineKey[] = "/var/packages/Kinora/var/machine.key";
 inline constexpr char kDatabaseFile[] = "/var/packages/Kinora/var/database/kinora.db";
 inline constexpr char kPictureCache[] = "/var/packages/Kinora/var/pictures";
 inline constexpr char kIndexCache[] = "/var/packages/Kinora/var/indexes";

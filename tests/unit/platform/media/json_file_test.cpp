@@ -76,5 +76,70 @@ TEST_F(JsonFileTest, RefusesAPathThatDependsOnWhereTheProcessStands) {
   EXPECT_FALSE(fs::exists("relative.json"));
 }
 
+class ReadJsonTest : public JsonFileTest {
+ protected:
+  void Put(const std::string& text) const { std::ofstream(file_, std::ios::binary) << text; }
+  // What is read; "untouched" when that fails.
+  Json::Value ReadBack() const {
+    Json::Value value = "untouched";
+    EXPECT_EQ(ReadJsonFromFile(file_, value), value != "untouched");
+    return value;
+  }
+};
+
+TEST_F(ReadJsonTest, GivesBackWhatWasWritten) {
+  const Json::Value record = Record("caf\u00e9 \"\\\n\x01", 5'000'000'000);
+  ASSERT_TRUE(WriteJsonToFile(file_, record));
+  EXPECT_EQ(ReadBack(), record);
+}
+
+TEST_F(ReadJsonTest, TakesAnArray) {
+  Put("[1, 2]");
+  EXPECT_EQ(ReadBack().size(), 2U);
+}
+
+TEST_F(ReadJsonTest, FailsWithoutAFile) { EXPECT_EQ(ReadBack(), "untouched"); }
+
+TEST_F(ReadJsonTest, FailsForAllThatIsNotOneDocument) {
+  for (const char* const text : {"", " ", "{", "{\"a\": 1", "{\"a\": 1,}", "{} {}", "{}x", "// c\n{}", "'a'",
+                                 "{\"a\": 1, \"a\": 2}", "5", "\"text\"", "nul", "{\"a\": NaN}"}) {
+    Put(text);
+    EXPECT_EQ(ReadBack(), "untouched") << text;
+  }
+  Put(std::string(1, '\0'));
+  EXPECT_EQ(ReadBack(), "untouched");
+}
+
+TEST_F(ReadJsonTest, FailsForWhatIsNestedTooDeeply) {
+  Put(std::string(60, '[') + std::string(60, ']'));
+  EXPECT_TRUE(ReadBack().isArray());
+  for (const size_t depth : {100U, 100'000U}) {
+    Put(std::string(depth, '[') + std::string(depth, ']'));
+    EXPECT_EQ(ReadBack(), "untouched") << depth;
+  }
+}
+
+TEST_F(ReadJsonTest, FailsForWhatIsTooLarge) {
+  Put("[\"" + std::string((1 << 20) - 4, 'x') + "\"]");
+  EXPECT_TRUE(ReadBack().isArray());
+  Put("[\"" + std::string((1 << 20) - 3, 'x') + "\"]");
+  EXPECT_EQ(ReadBack(), "untouched");
+}
+
+TEST_F(ReadJsonTest, FailsForWhatIsNoPlainFile) {
+  fs::create_directory(file_);
+  EXPECT_EQ(ReadBack(), "untouched");
+  fs::remove(file_);
+  ASSERT_EQ(::mkfifo(file_.c_str(), 0600), 0);
+  EXPECT_EQ(ReadBack(), "untouched");
+}
+
+TEST_F(ReadJsonTest, RefusesAPathThatDependsOnWhereTheProcessStands) {
+  Json::Value value = "untouched";
+  EXPECT_FALSE(ReadJsonFromFile("", value));
+  EXPECT_FALSE(ReadJsonFromFile("relative.json", value));
+  EXPECT_EQ(value, "untouched");
+}
+
 }  // namespace
 }  // namespace LibKinora

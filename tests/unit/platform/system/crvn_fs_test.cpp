@@ -171,6 +171,31 @@ TEST_F(MkdirTest, RefusesADirectoryOrLinkPlantedInsideByAnotherAccount) {
   EXPECT_TRUE(fs::is_empty(folder_));
 }
 
+TEST_F(MkdirTest, ClosesTheServicesFolderOnAVolumeWhateverTheModeInside) {
+  EXPECT_TRUE(CRVNFSMkdirPKinora(folder_ / "@tmp/Kinora/subtitle/x", 0777));
+  for (const char* const closed : {"@tmp", "@tmp/Kinora"})
+    EXPECT_EQ(ModeOf(folder_ / closed), 0711U) << closed;
+  for (const char* const open : {"@tmp/Kinora/subtitle", "@tmp/Kinora/subtitle/x"})
+    EXPECT_EQ(ModeOf(folder_ / open), 0777U) << open;
+}
+
+TEST_F(MkdirTest, GivesTheServiceWhatIsMadeInARootSection) {
+  if (!HasTwoIdentities()) GTEST_SKIP() << "needs two identities";
+  ASSERT_EQ(::setresgid(0, 0, 12346), 0);
+  ASSERT_EQ(::setresuid(0, 0, 12345), 0);
+  EXPECT_TRUE(CRVNFSMkdirPKinora(folder_ / "@tmp/Kinora/x", 0777));
+  ASSERT_EQ(::setresuid(0, 0, 0), 0);
+  ASSERT_EQ(::setresgid(0, 0, 0), 0);
+  for (const char* const name : {"@tmp", "@tmp/Kinora", "@tmp/Kinora/x"}) {
+    struct stat info {};
+    ASSERT_EQ(::lstat((folder_ / name).c_str(), &info), 0);
+    EXPECT_EQ(info.st_uid, 12345U) << name;
+    EXPECT_EQ(info.st_gid, 12346U) << name;
+  }
+  EXPECT_EQ(ModeOf(folder_ / "@tmp/Kinora"), 0700U);
+  EXPECT_EQ(ModeOf(folder_ / "@tmp/Kinora/x"), 0777U);
+}
+
 TEST_F(MkdirTest, TakesTheServicesDirectoriesForItsOwnInARootSection) {
   if (!HasTwoIdentities()) GTEST_SKIP() << "needs two identities";
   ASSERT_TRUE(CRVNFSMkdirPKinora("/tmp/Kinora/RAW", 0777));

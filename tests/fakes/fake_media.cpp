@@ -131,4 +131,12 @@ bool WriteJsonToFile(const std::string& path, const Json::Value& value) {
   return TheScript().write_json;
 }
 
+bool ReadJsonFromFile(const std::string& path, Json::Value& value) {
+  Called("ReadJsonFromFile", path);
+  const auto file = TheScript().json_files.find(path);
+  if (file == TheScript().json_files.end()) return false;
+  value = file->second;
+  return true;
+}
+
 }  // namespace LibKinora

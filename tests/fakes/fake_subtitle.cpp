@@ -59,11 +59,13 @@ Json::Value subtitle::PathInfo(const std::string& path) {
   Json::Value info;
   info["extension"] = extension.empty() ? "" : extension.substr(1);
   info["language"] = TheScript().language;
+  info["basename"] = std::filesystem::path(path).filename().string();
   return info;
 }
 
 int subtitle::GetExternalSubtitle(const std::string& video_path, Json::Value& list) {
   Called("GetExternalSubtitle", video_path);
+  if (!TheScript().list_external_subtitles) return -1;
   for (const std::string& path : TheScript().external_subtitles) list.append(path);
   return 0;
 }

@@ -78,6 +78,8 @@ std::string ProcessRunner::toString() const {
   return text;
 }
 
+std::string ProcessRunner::getCapturedOutput() const { return TheScript().captured_output; }
+
 }  // namespace CRVNUtils
 
 int VolumeAvailGet(uint64_t bytes_needed, int type, VolumeInfo& volume, unsigned int& flags, int options) {

@@ -1,5 +1,12 @@
-// The caller's side of the contract. Not recorded: it only joins.
+// The caller's side of the contract. Joining is not recorded.
 #include "contract/webapi/join_string.h"
+#include "contract/webapi/sleep.h"
+#include "tests/fakes/pauses.h"
+
+std::vector<unsigned int>& kinora::fakes::Pauses() {
+  static std::vector<unsigned int> pauses;
+  return pauses;
+}
 
 namespace crvnkn {
 
@@ -8,5 +15,7 @@ std::string JoinString(const std::vector<std::string>& parts, const std::string&
   for (size_t i = 0; i < parts.size(); ++i) joined += (i == 0 ? "" : separator) + parts[i];
   return joined;
 }
+
+void SleepMillisecond(unsigned int milliseconds) { kinora::fakes::Pauses().push_back(milliseconds); }
 
 }  // namespace crvnkn

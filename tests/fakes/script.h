@@ -60,11 +60,19 @@ struct Script {
   bool write_json = true;
   std::map<std::string, Json::Value> json_files;
 
+  // Plug-ins: descriptions under their ids.
+  bool load_plugins = true;
+  Json::Value plugins{Json::objectValue};
+  bool decrypt = true;          // of x is "clear x"
+  std::string digest = "cafe";  // of every path; empty: there is none
+  unsigned int platform_error = 0;
+
   // The machine.
   bool make_folder = true;
   std::function<int(const std::vector<std::string>& arguments)>
       execute;                                                      // by default really runs the program
   std::function<int(const std::vector<std::string>& command)> run;  // of a ProcessRunner; by default 0
+  std::string captured_output;                                      // of every run
   std::map<std::string, std::string> settings;                      // of every file of keys and values
   std::map<std::string, std::string> mime_types;                    // by extension, with its dot
   bool set_fast_output = true;
@@ -82,6 +90,7 @@ struct Script {
   std::vector<std::string> external_subtitles;           // of every video
   bool take_lock = true;
   int fork_child = 1;  // 0: the test's process is the child from then on
+  bool list_external_subtitles = true;
   std::function<std::string(const std::string& text)> simple_convert;  // by default as it was
 
   Script();

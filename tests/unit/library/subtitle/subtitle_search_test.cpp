@@ -21,8 +21,7 @@ class SubtitleSearchTest : public kinora::fakes::PluginTest {
     Set("opensubtitles_enable", true);
     std::vector<std::string> asked;
     const Json::Value result = GetSubtitleSearchResult(kFilm);
-    for (const Json::Value& item : result["items"])
-      asked.push_back(item["plugin_id"].asString());
+    for (const Json::Value& item : result["items"]) asked.push_back(item["plugin_id"].asString());
     return asked;
   }
 };

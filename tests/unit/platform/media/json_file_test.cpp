@@ -82,7 +82,8 @@ class ReadJsonTest : public JsonFileTest {
   // What is read; "untouched" when that fails.
   Json::Value ReadBack() const {
     Json::Value value = "untouched";
-    EXPECT_EQ(ReadJsonFromFile(file_, value), value != "untouched");
+    const bool read = ReadJsonFromFile(file_, value);
+    EXPECT_EQ(read, value != "untouched");
     return value;
   }
 };

@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "contract/system/hlibc.h"
-
 namespace crvnkn::webapi::subtitle {
 namespace {
 
@@ -38,17 +36,6 @@ bool MayBeOfPlugin(const struct stat& status) {
   return status.st_uid == saved || status.st_uid == kNobody || status.st_uid == kOrdinaryUser;
 }
 
-// Asked of the folder that is open, so that nobody can put another one into the path in between.
-void RemovePluginFile(const std::string& file) {
-  const size_t slash = file.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : file.substr(0, slash + 1);
-  const std::string name = slash == std::string::npos ? file : file.substr(slash + 1);
-  const OpenPath parent(folder, O_DIRECTORY);
-  struct stat status {};
-  if (::fstatat(parent.Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
-  if (MayBeOfPlugin(status)) ::unlinkat(parent.Number(), name.c_str(), 0);
-}
-
 }  // namespace
 
 void GiveToOrdinaryUser(const std::string& file) {
@@ -59,12 +46,15 @@ void GiveToOrdinaryUser(const std::string& file) {
       ::fchownat(opened.Number(), "", kOrdinaryUser, kOrdinaryGroup, AT_EMPTY_PATH);
 }
 
-bool IsValidSubtitleFile(const std::string& file) {
-  constexpr char kProbe[] = "/var/packages/Kinora/target/bin/ffprobe";
-  if (file.empty()) return false;
-  if (HLIBCExec(kProbe, "-i", file.c_str(), nullptr) == 0) return true;
-  RemovePluginFile(file);
-  return false;
+void RemovePluginFile(const std::string& file) {
+  const size_t slash = file.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : file.substr(0, slash + 1);
+  const std::string name = slash == std::string::npos ? file : file.substr(slash + 1);
+  // Asked of the folder that is open, so that nobody can put another one into the path in between.
+  const OpenPath parent(folder, O_DIRECTORY);
+  struct stat status {};
+  if (::fstatat(parent.Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+  if (MayBeOfPlugin(status)) ::unlinkat(parent.Number(), name.c_str(), 0);
 }
 
 }  // namespace crvnkn::webapi::subtitle

@@ -10,7 +10,7 @@ namespace crvnkn::webapi::subtitle {
 // Gives the file to the appliance's ordinary user and group. It may fail; the file stays as it is then.
 void GiveToOrdinaryUser(const std::string& file);
 
-// Whether ffprobe can read the file. If not, the file is removed.
-bool IsValidSubtitleFile(const std::string& file);
+// Removes the file, or a link of this name itself. It may fail, too.
+void RemovePluginFile(const std::string& file);
 
 }  // namespace crvnkn::webapi::subtitle

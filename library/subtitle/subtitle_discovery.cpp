@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "contract/system/hlibc.h"
 #include "contract/system/subtitle_files.h"
 #include "contract/webapi/error.h"
 #include "library/run_as.h"
@@ -58,6 +59,14 @@ std::string FetchFirstUsable(const std::string& target, const std::vector<Candid
 }
 
 }  // namespace
+
+bool IsValidSubtitleFile(const std::string& file) {
+  constexpr char kProbe[] = "/var/packages/Kinora/target/bin/ffprobe";
+  if (file.empty()) return false;
+  if (HLIBCExec(kProbe, "-i", file.c_str(), nullptr) == 0) return true;
+  RemovePluginFile(file);
+  return false;
+}
 
 std::string DiscoverSubtitle(const std::string& path) {
   const std::string target = MakeTarget(path);

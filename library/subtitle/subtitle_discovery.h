@@ -18,4 +18,7 @@ namespace crvnkn::webapi::subtitle {
 // nothing of it was usable. Throws runas_error when the process cannot become root.
 KINORA_EXPORT std::string DiscoverSubtitle(const std::string& path);
 
+// Whether ffprobe can read the file. If not, it is removed, provided that it can be a plug-in's.
+KINORA_EXPORT bool IsValidSubtitleFile(const std::string& file);
+
 }  // namespace crvnkn::webapi::subtitle

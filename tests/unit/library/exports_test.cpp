@@ -76,6 +76,7 @@ TEST(SharedLibrary, ShowsItsOperationsAndNothingElse) {
       "subtitle::DiscoverSubtitle(string const&)",
       "subtitle::DownloadSubtitle(string const&, string const&, string const&, Json::Value&)",
       "subtitle::GetSubtitleSearchResult(string const&)",
+      "subtitle::IsValidSubtitleFile(string const&)",
       "CloseHandler(string const&, string const&)",
       "ThrowVTEError(string const&)",
       "RecordChromecastData(string const&)",

@@ -5,6 +5,7 @@
 
 #include <fstream>
 
+#include "library/subtitle/subtitle_discovery.h"
 #include "tests/unit/library/subtitle/plugin_test.h"
 
 namespace crvnkn::webapi::subtitle {

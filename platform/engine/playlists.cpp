@@ -97,14 +97,16 @@ int64_t SoundBitrate(const StreamPlan& plan) {
   return bitrate;
 }
 
-// Of the picture and of all tracks, each once.
-std::string Codecs(const StreamPlan& plan) {
+// Of the picture and of all tracks, each once. The web API's windows of subtitles call themselves plain text:
+// what they are, some players learn from here.
+std::string Codecs(const StreamPlan& plan, bool has_subtitles) {
   std::vector<std::string> codecs;
   if (plan.video != VideoWay::kNone) codecs.push_back(plan.picture.codec_string);
   for (const AudioPlan& audio : plan.audio) {
     const std::string codec = CodecString(plan, audio);
     if (std::find(codecs.begin(), codecs.end(), codec) == codecs.end()) codecs.push_back(codec);
   }
+  if (has_subtitles) codecs.emplace_back("wvtt");
   std::string list;
   for (const std::string& codec : codecs) list += (list.empty() ? "" : ",") + codec;
   return list;
@@ -138,7 +140,7 @@ std::string Variant(const StreamPlan& plan, bool has_subtitles, const StreamAddr
   std::string line = "#EXT-X-STREAM-INF:BANDWIDTH=" + std::to_string(bandwidth);
   if (plan.video == VideoWay::kCopy && plan.source.bitrate > 0)
     line += ",AVERAGE-BANDWIDTH=" + std::to_string(std::min(plan.source.bitrate, bandwidth));
-  line += ",CODECS=" + Quoted(Codecs(plan));
+  line += ",CODECS=" + Quoted(Codecs(plan, has_subtitles));
   if (!pure_sound) line += PictureAttributes(plan);
   if (HasRenditions(plan)) line += ",AUDIO=" + Quoted(kSoundGroup);
   if (has_subtitles) line += ",SUBTITLES=" + Quoted(kSubtitleGroup);

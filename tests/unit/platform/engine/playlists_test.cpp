@@ -130,7 +130,7 @@ TEST(MasterPlaylist, OffersSubtitles) {
           "URI=\"" +
           kStart +
           "&playlist=subtitle&subtitle_id=3\"\n"
-          "#EXT-X-STREAM-INF:BANDWIDTH=11211200,CODECS=\"avc1.64001F,mp4a.40.2\",RESOLUTION=1280x720,"
+          "#EXT-X-STREAM-INF:BANDWIDTH=11211200,CODECS=\"avc1.64001F,mp4a.40.2,wvtt\",RESOLUTION=1280x720,"
           "FRAME-RATE=25.000,SUBTITLES=\"subtitles\"\n" +
           kStart + "&playlist=video\n");
 }
@@ -140,7 +140,9 @@ TEST(MasterPlaylist, OffersSubtitlesBesideRenditionsOfTheSound) {
   film.video = {};
   const std::string master =
       TextOf(Plan(film), "master.m3u8", {{.id = "7", .name = "Lyrics", .language = ""}});
-  EXPECT_NE(master.find(",AUDIO=\"sound\",SUBTITLES=\"subtitles\"\n"), std::string::npos) << master;
+  EXPECT_NE(master.find(",CODECS=\"mp4a.40.2,wvtt\",AUDIO=\"sound\",SUBTITLES=\"subtitles\"\n"),
+            std::string::npos)
+      << master;
   EXPECT_LT(master.find("TYPE=AUDIO"), master.find("TYPE=SUBTITLES"));
 }
 

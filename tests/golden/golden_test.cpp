@@ -57,7 +57,7 @@ class Golden : public testing::Test, protected Chain {
  protected:
   const bool renew_ = std::getenv("KINORA_RENEW_GOLDEN") != nullptr;
 
-  void Check(const std::string& bytes, const fs::path& file) const {
+  void Check(const std::string& bytes, const fs::path& file) {
     const std::string answer = Answer(bytes, WishesOf(file.filename()));
     if (renew_) {
       WriteFile(file, answer);

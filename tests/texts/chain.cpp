@@ -3,19 +3,28 @@
 #include <iconv.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 
-#include "library/subtitle/tag_clean_up.h"
-#include "library/subtitle/webvtt.h"
+#include "library/subtitle/output_subtitle.h"
 #include "library/to_utf8.h"
 
 namespace kinora::texts {
 
-using crvnkn::webapi::ToUTF8;
-using namespace crvnkn::webapi::subtitle;
+namespace fs = std::filesystem;
+
+namespace {
+
+void PutAged(const fs::path& path, const std::string& bytes) {
+  WriteFile(path, bytes);
+  ::chmod(path.c_str(), 0644);
+  fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(1));
+}
+
+}  // namespace
 
 std::string ReadFile(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -54,6 +63,7 @@ Chain::Chain() {
   std::string name = "/tmp/chain-XXXXXX";
   folder_ = ::mkdtemp(name.data());
   ::chmod(folder_.c_str(), 0777);  // the converter works under the service's account
+  PutAged(folder_ / "film.mkv", "no film");
 }
 
 Chain::~Chain() { std::filesystem::remove_all(folder_); }
@@ -62,27 +72,35 @@ void Chain::Speak(const std::string& codepage) {
   WriteFile("/etc/crvninfo.conf", "codepage=\"" + codepage + "\"\n");
 }
 
-std::string Chain::Put(const std::string& bytes) const {
-  const std::string path = folder_ / "film.srt";
-  WriteFile(path, bytes);
-  ::chmod(path.c_str(), 0644);
+// The same bytes stay the same file, so that its cache is good.
+std::string Chain::Put(const std::string& bytes) {
+  if (files_ == 0 || bytes != bytes_) ++files_;
+  bytes_ = bytes;
+  const fs::path path = folder_ / ("film." + std::to_string(files_) + ".srt");
+  if (!fs::exists(path)) PutAged(path, bytes);
   return path;
 }
 
-std::string Chain::Converted(const std::string& bytes, const std::string& charset) const {
-  const std::string output = folder_ / "utf8.srt";
-  std::filesystem::remove(output);
-  return ToUTF8(Put(bytes), charset, output) ? ReadFile(output) : "";
+std::string Chain::Converted(const std::string& bytes, const std::string& charset) {
+  const fs::path output = folder_ / "utf8.srt";
+  fs::remove(output);
+  return crvnkn::webapi::ToUTF8(Put(bytes), charset, output) ? ReadFile(output) : "";
 }
 
-std::string Chain::Answer(const std::string& bytes, const Wishes& wishes) const {
-  const std::string clean = CleanUpTags(
-      Converted(bytes, wishes.codepage),
-      {.keep_basic_tags = wishes.keep_basic_tags, .strip_stray_brackets = wishes.strip_stray_brackets});
-  if (!wishes.output_webvtt) return clean;
-  const CueWindow window{wishes.start_time, wishes.end_time};
-  const std::string document = ConvertToWebvtt(clean, window);
-  return document.empty() ? MakeEmptyWebvtt(window) : document;
+std::string Chain::Answer(const std::string& bytes, const Wishes& wishes) {
+  crvnkn::webapi::subtitle::GetMethodArguments arguments;
+  arguments.video_path = folder_ / "film.mkv";
+  arguments.subtitle_id = Put(bytes);
+  arguments.codepage = wishes.codepage;
+  arguments.start_time = wishes.start_time;
+  arguments.end_time = wishes.end_time;
+  arguments.output_webvtt = wishes.output_webvtt;
+  arguments.keep_basic_tags = wishes.keep_basic_tags;
+  arguments.strip_stray_brackets = wishes.strip_stray_brackets;
+  crvnkn::webapi::subtitle::OutputSubtitle subtitle(arguments);
+  if (!subtitle.Process()) return "";
+  const std::string answer = subtitle.GetContent();
+  return answer.substr(answer.find("\r\n\r\n") + 4);
 }
 
 }  // namespace kinora::texts

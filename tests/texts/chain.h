@@ -37,18 +37,20 @@ class Chain {
   // From now on this is the machine's code page.
   static void Speak(const std::string& codepage);
 
-  // A subtitle file with these bytes, which may be read by everybody.
-  std::string Put(const std::string& bytes) const;
+  // A subtitle file with these bytes beside a film, an hour old, which may be read by everybody.
+  std::string Put(const std::string& bytes);
 
   // The text in UTF-8; empty when there is none.
-  std::string Converted(const std::string& bytes, const std::string& charset) const;
+  std::string Converted(const std::string& bytes, const std::string& charset);
 
   // What a player is answered that asks for the subtitle with these wishes; empty when there is nothing to
   // send.
-  std::string Answer(const std::string& bytes, const Wishes& wishes) const;
+  std::string Answer(const std::string& bytes, const Wishes& wishes);
 
  private:
   std::filesystem::path folder_;
+  std::string bytes_;  // of the last file
+  int files_ = 0;
 };
 
 }  // namespace kinora::texts

@@ -110,7 +110,7 @@ class WrittenText : public testing::TestWithParam<Writings>, protected Chain {
  protected:
   // Calls `look` with each writing, each of its languages, and the text in that.
   template <typename Look>
-  void EachText(const Look& look) const {
+  void EachText(const Look& look) {
     for (const Writing& writing : GetParam().all) {
       for (const std::string& language : Words(writing.languages)) {
         SCOPED_TRACE(language + " in " + writing.charset);
@@ -129,8 +129,7 @@ constexpr auto kName = [](const testing::TestParamInfo<Writings>& tested) { retu
 class CharsetFound : public WrittenText {
  protected:
   // The pages on which the text does not come out as it was, and what it was taken for there.
-  std::string PagesThatFail(const std::string& pages, const std::string& bytes,
-                            const std::string& text) const {
+  std::string PagesThatFail(const std::string& pages, const std::string& bytes, const std::string& text) {
     std::map<std::string, bool> right;  // by the charset that was found: each is converted once
     const std::string file = Put(bytes);
     std::string failing;

@@ -3,34 +3,26 @@
 #include <cstdio>
 #include <random>
 
-#include "library/subtitle/tag_clean_up.h"
-#include "library/subtitle/webvtt.h"
 #include "tests/texts/chain.h"
 
 namespace {
 
-using namespace crvnkn::webapi::subtitle;
+using kinora::texts::Chain;
 using kinora::texts::WriteFile;
 namespace fs = std::filesystem;
 
 constexpr int kWindows = 8;
 
-std::string Document(const std::string& clean, const CueWindow& window) {
-  const std::string document = ConvertToWebvtt(clean, window);
-  return document.empty() ? MakeEmptyWebvtt(window) : document;
-}
-
-void Write(const fs::path& folder, const fs::path& source, std::mt19937& random) {
-  const kinora::texts::Chain chain;
-  const std::string clean = CleanUpTags(chain.Converted(kinora::texts::ReadFile(source), "auto"), {});
+void Write(Chain& chain, const fs::path& folder, const fs::path& source, std::mt19937& random) {
+  const std::string bytes = kinora::texts::ReadFile(source);
   const std::string base = folder / source.stem();
-  WriteFile(base + ".srt", clean);
-  WriteFile(base + ".vtt", Document(clean, {}));
+  WriteFile(base + ".srt", chain.Answer(bytes, {}));
+  WriteFile(base + ".vtt", chain.Answer(bytes, {.output_webvtt = true}));
   for (int i = 0; i < kWindows; ++i) {
     const int start = static_cast<int>(random() % 40) - 2;
     const int end = start + static_cast<int>(random() % 20);
     WriteFile(base + "~" + std::to_string(start) + "~" + std::to_string(end) + ".vtt",
-              Document(clean, {start, end}));
+              chain.Answer(bytes, {.start_time = start, .end_time = end, .output_webvtt = true}));
   }
 }
 
@@ -38,8 +30,9 @@ void Write(const fs::path& folder, const fs::path& source, std::mt19937& random)
 
 int main(int count, char** arguments) try {
   std::mt19937 random(20);
-  kinora::texts::Chain::Speak("enu");
-  for (int i = 2; i < count; ++i) Write(arguments[1], arguments[i], random);
+  Chain chain;
+  Chain::Speak("enu");
+  for (int i = 2; i < count; ++i) Write(chain, arguments[1], arguments[i], random);
   return 0;
 } catch (const std::exception& failure) {
   std::fprintf(stderr, "write_webvtt: %s\n", failure.what());

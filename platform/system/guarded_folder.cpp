@@ -31,12 +31,13 @@ bool IsTrusted(uid_t uid, const FolderWish& wish) {
 
 // What cannot be changed stays; whether it serves all the same is for the caller to see.
 void Settle(int folder, const struct stat& status, const FolderWish& wish) {
-  const bool is_as_wished = status.st_uid == wish.owner;
+  const bool is_owners = status.st_uid == wish.owner;
+  const bool has_mode = (status.st_mode & kModeBits) == wish.mode;
+  if (is_owners && status.st_gid == wish.group && has_mode) return;
   const bool is_ours_and_new = status.st_uid == ::geteuid() && base::NamesIn(folder).empty();
-  if (!is_as_wished && !is_ours_and_new) return;
-  const bool differs = !is_as_wished || status.st_gid != wish.group;
-  if (differs && is_ours_and_new) static_cast<void>(::fchown(folder, wish.owner, wish.group) == 0);
-  if ((status.st_mode & kModeBits) != wish.mode) ::fchmod(folder, wish.mode);
+  if (!is_owners && !is_ours_and_new) return;
+  if (is_ours_and_new) static_cast<void>(::fchown(folder, wish.owner, wish.group) == 0);
+  if (!has_mode) ::fchmod(folder, wish.mode);
 }
 
 std::vector<gid_t> GroupsOf(const ChildRights& rights) {

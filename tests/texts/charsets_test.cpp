@@ -202,5 +202,20 @@ INSTANTIATE_TEST_SUITE_P(Texts, CharsetChosen,
                          testing::Values(kWesternAtHome, kOthersAtHome, kMarked, kByTheLetters, kOnlyByHand),
                          kName);
 
+// For Enca one bad byte makes UTF-8 none, and one control makes a text garbage: the machine's charset is
+// taken. The cues are there all the same, and the charset chosen by hand puts the letters right.
+TEST(DamagedUtf8, IsTakenForTheMachinesCharset) {
+  Chain chain;
+  Chain::Speak("enu");
+  const std::string text = Dialogue("fr", "UTF-8");
+  for (const char bad : {'\xff', '\x1a'}) {
+    std::string damaged = text;
+    damaged.insert(damaged.find("Bonjour"), 1, bad);
+    EXPECT_EQ(AnalyzeEncoding(chain.Put(damaged)), "CP1252");
+    EXPECT_EQ(Frame(chain.Answer(damaged, {})), Frame(text));
+    EXPECT_EQ(chain.Answer(damaged, {.codepage = "UTF-8"}), text);
+  }
+}
+
 }  // namespace
 }  // namespace kinora::texts

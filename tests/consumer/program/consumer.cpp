@@ -3,8 +3,8 @@
 #include <contract/webapi/error.h>
 #include <contract/webapi/join_string.h>
 #include <contract/webapi/sleep.h>
+#include <library/subtitle/subtitle_discovery.h>
 #include <library/subtitle/subtitle_download.h>
-#include <library/subtitle/subtitle_search.h>
 #include <library/video.h>
 #include <library/vte/adapt_streamer.h>
 #include <library/vte/open_argument.h>
@@ -78,10 +78,10 @@ int main() {
   if (hls) Check(!hls->Stream(), "no playlist of a stream that is not there");
   CheckError(1205, "", [] { vte::ThrowVTEError("TransVideoNotSupported"); });
   Check(joins > 0, "the library joins paths by its caller's function");
-  CheckError(101, "", [] { subtitle::GetSubtitleSearchResult("/nonexistent/film.mp4"); });
   Json::Value answer;
   Check(!subtitle::DownloadSubtitle("/nonexistent/film.mp4", "plugin", "1", answer) && answer.isNull(),
         "no subtitle from a plug-in that is not there");
+  Check(!subtitle::IsValidSubtitleFile(""), "no subtitle without a name");
   Check(!vte::CloseHandler("", "raw"), "no close without an id");
   return failed_checks;
 }

@@ -16,6 +16,7 @@
 #include "library/subtitle/cache_names.h"
 #include "library/subtitle/log_unit.h"
 #include "library/subtitle/older_cache.h"
+#include "library/subtitle/reader_text.h"
 #include "library/subtitle/rip_subtitle.h"
 #include "library/subtitle/scratch_file.h"
 #include "library/to_utf8.h"
@@ -59,12 +60,25 @@ bool CopyRipped(const std::string& ripped, const std::string& v1_path) {
   return false;
 }
 
-// From `input`, which is the film, or the subtitle's text in UTF-8.
-bool Extract(const GetMethodArguments& request, const std::string& input, const std::string& v1_path) {
+// What ffmpeg is given, and how many cues are in it, where that is known.
+struct Input {
+  std::string path;
+  std::optional<size_t> cues;
+};
+
+void ReportLosses(const GetMethodArguments& request, const Input& input, const ScratchFile& ripped) {
+  if (!input.cues || request.preview) return;
+  const size_t left = CountCues(ripped.Read()).value_or(0);
+  if (left >= *input.cues) return;
+  KINORA_LOG(LOG_WARNING, kLogUnit, "ffmpeg took %zu of %zu cues from %s", left, *input.cues,
+             request.subtitle_id.c_str());
+}
+
+bool Extract(const GetMethodArguments& request, const Input& input, const std::string& v1_path) {
   const std::string& source = SourceOf(request);
   const auto marks = MarksOf(source);
   const ScratchFile ripped("ffmpeg", "srt");
-  if (!RipSubtitle({input, TrackOf(request), request.preview}, ripped.Path())) {
+  if (!RipSubtitle({input.path, TrackOf(request), request.preview}, ripped.Path())) {
     KINORA_LOG(LOG_ERR, kLogUnit, "RipSubtitle failed, %s", source.c_str());
     return false;
   }
@@ -72,6 +86,7 @@ bool Extract(const GetMethodArguments& request, const std::string& input, const 
     KINORA_LOG(LOG_ERR, kLogUnit, "%s has changed while it was read", source.c_str());
     return false;
   }
+  ReportLosses(request, input, ripped);
   if (IsEmptyFile(ripped.Path())) {
     KINORA_LOG(LOG_ERR, kLogUnit, "no text in subtitle %s of %s", request.subtitle_id.c_str(),
                request.video_path.c_str());
@@ -80,9 +95,18 @@ bool Extract(const GetMethodArguments& request, const std::string& input, const 
   return CopyRipped(ripped.Path(), v1_path);
 }
 
+// Gives the number of cues.
+std::optional<size_t> PutRight(const ScratchFile& text) {
+  const std::string before = text.Read();
+  const std::string after = ForReader(before);
+  if (after != before) text.Overwrite(after);
+  return CountCues(before);
+}
+
 bool ExtractFromFile(const GetMethodArguments& request, const std::string& v1_path) {
   const ScratchFile text("utf8-1", "srt");
-  return ToUTF8(request.subtitle_id, "auto", text.Path()) && Extract(request, text.Path(), v1_path);
+  if (!ToUTF8(request.subtitle_id, "auto", text.Path())) return false;
+  return Extract(request, {text.Path(), PutRight(text)}, v1_path);
 }
 
 // By one process at a time; who comes second finds the file made.
@@ -90,8 +114,8 @@ bool ExtractAlone(const GetMethodArguments& request, const std::string& v1_path)
   const LibKinora::Lock lock(LockPath(v1_path), false);
   if (!lock.IsLockSucess()) return false;
   if (IsFresh(v1_path, request)) return true;
-  return request.IsEmbedded() ? Extract(request, request.video_path, v1_path)
-                              : ExtractFromFile(request, v1_path);
+  if (request.IsEmbedded()) return Extract(request, {request.video_path, std::nullopt}, v1_path);
+  return ExtractFromFile(request, v1_path);
 }
 
 // Nothing of it gets into the answer to the request, no failure either.

@@ -16,6 +16,11 @@ class ScratchFile {
 
   const std::string& Path() const { return path_; }
 
+  // What a child has written, up to 64 MiB; empty when it has written nothing, or more.
+  std::string Read() const;
+  // Puts this in the place of what a child has written. false when it has written nothing, or on an error.
+  bool Overwrite(const std::string& content) const;
+
  private:
   const std::string path_;
 };

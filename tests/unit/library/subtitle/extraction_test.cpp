@@ -122,6 +122,33 @@ TEST_F(Extraction, DetectsTheCharsetOfAFileWhateverIsAskedFor) {
   EXPECT_THAT(Calls(), Contains(HasSubstr(R"("--from", "ASCII")")));
 }
 
+TEST_F(Extraction, PutsRightWhatFfmpegCannotRead) {
+  const fs::path source =
+      PutBeside("film.vtt", "WEBVTT\n\nSTYLE\n::cue {}\n\n00:01.000 --> 00:02.000\nHello\n");
+  std::string given;
+  TheScript().run = [&](const std::vector<std::string>& command) {
+    if (command[0] != kFfmpeg) fs::copy_file(command.back(), command[command.size() - 2]);
+    if (command[0] == kFfmpeg) given = Content(Scratch("utf8-1"));
+    if (command[0] == kFfmpeg) std::ofstream(command.back()) << kCues;
+    return 0;
+  };
+  EXPECT_TRUE(GenerateV1(Wish(source), CacheFile(source, "V1_auto_enu")));
+  EXPECT_EQ(given, "WEBVTT\n\n\n00:01.000 --> 00:02.000\nHello\n");
+  ExpectLog({});
+}
+
+TEST_F(Extraction, TellsHowManyCuesFfmpegHasLost) {
+  const fs::path source = PutBeside("film.sub", "{1}{2}a\n{3}{4}b\n{5}{6}c\n");
+  EXPECT_TRUE(GenerateV1(Wish(source), CacheFile(source, "V1_auto_enu")));
+  ExpectLog({"subtitle/cached:# ffmpeg took 1 of 3 cues from " + source.string()});
+  EXPECT_EQ(LogLines()[0].priority, LOG_WARNING);
+  GetMethodArguments preview = Wish(source);
+  preview.preview = true;
+  kinora::fakes::ClearLog();
+  EXPECT_TRUE(GenerateV1(preview, CacheFile(source, "V1_auto_enu_PREVIEW")));
+  ExpectLog({});
+}
+
 TEST_F(Extraction, FailsWhenAFileCannotBeConverted) {
   const fs::path source = PutBeside("film.ass", "[Script Info]\n");
   TheScript().run = [](const std::vector<std::string>&) { return -1; };

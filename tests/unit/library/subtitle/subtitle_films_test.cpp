@@ -199,7 +199,7 @@ TEST_F(SubtitleFilms, AreReadByAProcessOfItsOwnForWebvtt) {
   const std::string answers = Shell(
       "$STUB $FILM 1 webvtt\n"
       "until_true '[ -s $DIR/runs ]'\n"
-      "read -r ffmpeg output <$DIR/runs; child=$(ps -o ppid= -p $ffmpeg | tr -d \" \")\n"
+      "read -r ffmpeg output <$DIR/runs; child=$(cut -d\" \" -f4 /proc/$ffmpeg/stat)\n"
       "$STUB $FILM 1 webvtt; rm $DIR/hold; until_true '[ -s $V1 ]'\n"
       "until_true '! kill -0 $child'; $STUB $FILM 1 webvtt");
   EXPECT_EQ(Runs(), 1);

@@ -1,11 +1,12 @@
 // Films that no browser plays as they are, from the page to the encoder: copied and converted by a real Kinora.
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
-import { existsSync, readdirSync, readFileSync, realpathSync, rmSync } from "node:fs";
+import { existsSync, readdirSync, readFileSync, realpathSync, rmSync, writeFileSync } from "node:fs";
 import path from "node:path";
 import { after, afterEach, before, beforeEach, test } from "node:test";
 import { launch, newPage, playsPast, signIn, videoState } from "./support/browser.mjs";
-import { kPassword, kUser, retitle, startKinora } from "./support/kinora.mjs";
+import { kPassword, kUser, retitle, settle, startKinora } from "./support/kinora.mjs";
+import { subtitleIs } from "./support/subtitles.mjs";
 
 const kStreams = "/tmp/Kinora/HLS";
 const kIdle = 5; // seconds after which an encoder that nobody needs ends
@@ -28,6 +29,29 @@ function makeLongFilm(folder) {
   rmSync(once);
 }
 
+const kWords = { German: "Größe und Übermut, schön", Chinese: "潮水上漲之前，我們就離開了" };
+
+// A film as browsers take it, and beside it a subtitle for each language in a charset that was usual for it.
+function makeSubtitledFilm(folder) {
+  retitle(media("h264_aac.mp4"), "A film with letters", path.join(folder, "words.mp4"));
+  for (const [name, charset, words] of [["words.de.srt", "CP1252", kWords.German], ["words.zh.srt", "BIG5", kWords.Chinese]]) {
+    const text = `1\r\n00:00:01,000 --> 00:00:19,000\r\n${words}\r\n`;
+    writeFileSync(path.join(folder, name), execFileSync("iconv", ["-f", "UTF-8", "-t", charset], { input: text }));
+  }
+}
+
+// The same film with two tracks of text.
+function makeFilmWithTracks(folder) {
+  const words = path.join(folder, "inside.txt");
+  writeFileSync(words, "1\n00:00:01,000 --> 00:00:09,000\nThe first line\n\n2\n00:00:11,000 --> 00:00:19,000\nThe second <i>line</i>\n");
+  const inputs = ["-i", media("h264_aac.mp4"), "-f", "srt", "-i", words, "-map", "0", "-map", "1", "-map", "1"];
+  const tracks = ["-c", "copy", "-c:s:0", "srt", "-c:s:1", "ass", "-metadata:s:s:0", "language=fre", "-metadata:s:s:1", "language=ger"];
+  const file = path.join(folder, "inside.mkv");
+  execFileSync("ffmpeg", ["-nostdin", "-v", "error", ...inputs, ...tracks, "-metadata", "title=A film with words inside", file]);
+  rmSync(words);
+  settle(file);
+}
+
 before(async () => {
   // On a machine that is busy a film begins long after the click.
   browser = await launch("document-user-activation-required");
@@ -41,6 +65,8 @@ before(async () => {
     languages("A film in two languages", "two.mkv", []);
     languages("A film with two voices", "voices.mp4", ["-c:a:1", "aac"]);
     makeLongFilm(folder);
+    makeSubtitledFilm(folder);
+    makeFilmWithTracks(folder);
   };
   kinora = await startKinora(fill, { idle_seconds: kIdle });
 });
@@ -269,4 +295,36 @@ test("Films.GoOnWhenTheServerIsStartedAnewInMidFilm", async () => {
   await page.keyboard.press("7");
   await playsPast(page, 420);
   assert.deepEqual(streams(), opened);
+});
+
+async function chooseSubtitle(name) {
+  await page.getByRole("button", { name: "Subtitles", exact: true }).waitFor(); // they are listed
+  await page.keyboard.press("s");
+  await item(name).click();
+}
+
+test("Films.ShowTheSubtitlesBesideThemInTheirCharsets", async () => {
+  await watch("A film with letters");
+  await page.keyboard.press("k");
+  await page.keyboard.press("5");
+  await chooseSubtitle("German");
+  await subtitleIs(page, kWords.German);
+  await chooseSubtitle("Chinese");
+  await page.keyboard.press("s");
+  await page.getByRole("menuitem", { name: "Charset" }).click();
+  await item("Chinese, traditional (Big5)").click();
+  await subtitleIs(page, kWords.Chinese);
+});
+
+test("Films.ShowTheSubtitlesInsideThem", async () => {
+  await watch("A film with words inside");
+  await page.keyboard.press("k");
+  await page.keyboard.press("2");
+  await chooseSubtitle(/^French/);
+  await subtitleIs(page, "The first line");
+  await page.keyboard.press("7");
+  await subtitleIs(page, "The second line");
+  assert.equal(await page.locator(".subtitle-lines i").innerText(), "line");
+  await chooseSubtitle(/^German/);
+  await subtitleIs(page, "The second line");
 });

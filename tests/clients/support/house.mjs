@@ -35,11 +35,11 @@ export async function openHouse(fill, settings = {}) {
     return `${kinora.origin}/webapi/entry.cgi?${address}`;
   }
 
-  // Opens a film; the stream's address (of HLS, its master playlist) and what its folder leads to come with it.
-  async function open({ film, format }) {
+  // Opens a film, perhaps with a subtitle; the stream's address (of HLS, its master playlist) and what its folder leads to come with it.
+  async function open({ film, format, subtitle_id = "" }) {
     const id = film_ids.get(film);
     assert.ok(id, `${film} is in the catalog`);
-    const opened = await call("Stream", "open", { ...session, id, format });
+    const opened = await call("Stream", "open", { ...session, id, format, subtitle_id });
     if (format !== "auto") assert.equal(opened.format, format);
     const stream = { id: opened.stream_id, format: opened.format };
     const link = path.join(kStreams[opened.format], opened.stream_id);

@@ -1,6 +1,8 @@
 // The players that run in a page. Their parts that run in the page offer all players' features in one way:
 //   player.tracks()     the audio tracks: name, language, active
 //   player.choose(i)    switches to one of them
+//   player.subtitles()  of players of HLS, the subtitles: name, language, active
+//   player.read(i)      shows one of them
 //   player.errors       what the player complained about
 import { readFileSync } from "node:fs";
 import path from "node:path";
@@ -29,6 +31,8 @@ async function startHlsJs(url) {
     errors,
     tracks: () => hls.audioTracks.map(({ name, lang }, i) => ({ name, language: lang, active: i === hls.audioTrack })),
     choose(i) { hls.audioTrack = i; },
+    subtitles: () => hls.subtitleTracks.map(({ name, lang }, i) => ({ name, language: lang ?? "", active: i === hls.subtitleTrack })),
+    read(i) { hls.subtitleTrack = i; },
   };
 }
 
@@ -46,6 +50,8 @@ async function startShaka(url) {
     errors,
     tracks: () => player.getAudioTracks().map(({ label, language, active }) => ({ name: label, language, active })),
     choose(i) { player.selectAudioTrack(player.getAudioTracks()[i]); },
+    subtitles: () => player.getTextTracks().map(({ label, language, active }) => ({ name: label, language, active })),
+    read(i) { player.selectTextTrack(player.getTextTracks()[i]); },
   };
 }
 

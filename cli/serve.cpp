@@ -19,8 +19,10 @@
 #include "cli/serve_supervisor.h"
 #include "cli/service_account.h"
 #include "platform/base/atomic_file.h"
+#include "platform/base/file_time.h"
 #include "platform/engine/housekeeping.h"
 #include "platform/system/places.h"
+#include "platform/system/scratch_sweep.h"
 #include "platform/system/unix_listener.h"
 
 namespace kinora::cli {
@@ -124,13 +126,14 @@ class Announcer {
   bool ready_ = false;
 };
 
-// Streams outlive a restart; what of them nobody will close goes by and by.
+// Streams outlive a restart; what of them nobody will close goes by and by, and what killed requests have left.
 class Housekeeper {
  public:
   void operator()() {
     if (last_ && Clock::now() - *last_ < kBetweenSweeps) return;
     last_ = Clock::now();
     housekeeping_.Sweep();
+    system::SweepSubtitleScratch("/tmp", base::NowInNanoseconds());
   }
 
  private:

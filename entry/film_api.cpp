@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "contract/system/file_output.h"
+#include "entry/film_access.h"
 #include "entry/header_hold.h"
 #include "entry/numbers.h"
 #include "library/video.h"
@@ -20,7 +21,7 @@ constexpr int64_t kUsualWidth = 320;
 
 std::optional<Answer> SendPicture(Context& context) {
   const Request& request = context.GetRequest();
-  const auto id = static_cast<int>(NumberParameter(request, "id", 1, INT32_MAX));
+  const int id = FilmParameter(request);
   const auto width = static_cast<int>(NumberParameter(request, "width", 16, kLargestWidth, kUsualWidth));
   crvnkn::webapi::AssertVideoAllowed(id, static_cast<unsigned int>(context.account.id), "");
   const std::string path = crvnkn::webapi::GetFilePathByID(id);
@@ -37,11 +38,7 @@ std::optional<Answer> SendPicture(Context& context) {
 }
 
 std::optional<Answer> ListTracks(Context& context) {
-  const Request& request = context.GetRequest();
-  const auto id = static_cast<int>(NumberParameter(request, "id", 1, INT32_MAX));
-  const auto viewer = static_cast<unsigned int>(context.account.id);
-  crvnkn::webapi::AssertVideoAllowed(id, viewer, request.Get("pin"));
-  const std::string path = crvnkn::webapi::GetFilePathByID(id);
+  const std::string path = PathOfAllowedFilm(context, FilmParameter(context.GetRequest()));
   context.CloseStore();
 
   Json::Value tracks = crvnkn::webapi::GetTrackInfo(path);

@@ -126,7 +126,8 @@ class Announcer {
   bool ready_ = false;
 };
 
-// Streams outlive a restart; what of them nobody will close goes by and by, and what killed requests have left.
+// Streams outlive a restart; what of them nobody will close goes by and by, and what killed requests have
+// left.
 class Housekeeper {
  public:
   void operator()() {

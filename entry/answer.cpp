@@ -74,6 +74,7 @@ int StatusOf(ErrorCode code) {
     case kNoSuchVersion:
     case kNotFound:
     case crvnkn::webapi::kErrorNoSuchVideo:
+    case crvnkn::webapi::kErrorDlnaLink:
     case crvnkn::webapi::kErrorNoSubtitleFound:
       return 404;
     case kTooManyAttempts:

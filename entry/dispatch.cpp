@@ -22,13 +22,17 @@ const char* AllowedVerbs(Verbs verbs) {
   return verbs == Verbs::kStream ? "Allow: GET, HEAD, OPTIONS" : "Allow: GET, HEAD, POST, OPTIONS";
 }
 
+bool IsFor(const Request& request, std::string_view api, std::string_view method) {
+  return request.Get("api") == api && request.Get("method") == method;
+}
+
 // A device that plays a stream, such as one that a page casts to, asks from an origin of its own. It proves
 // itself by what stands in the address, never by a cookie, so any origin may read the answers.
 bool MayComeFromAnyOrigin(const Request& request) {
-  return request.Get("api") == "CRVN.Kinora2.Stream" && request.Get("method") == "stream";
+  return IsFor(request, "CRVN.Kinora2.Stream", "stream") || IsFor(request, "CRVN.Kinora2.Subtitle", "get");
 }
 
-// The lines that the streamers write into the answers that they give themselves, for all others.
+// The lines that streamers and subtitles have in the answers that they give themselves, for all others.
 void AllowAnyOrigin(Answer& answer) {
   for (const char* line : {"Access-Control-Allow-Origin: *", "Access-Control-Allow-Methods: GET",
                            "Access-Control-Allow-Headers: origin, x-requested-with, content-type, range"})
@@ -42,8 +46,8 @@ Answer RefusedVerb(const char* allow) {
 }
 
 Answer PreflightAnswer(const Request& request) {
-  const bool stream = MayComeFromAnyOrigin(request);
-  return {204, {stream ? AllowedVerbs(Verbs::kStream) : "Allow: GET, HEAD, POST, OPTIONS"}, {}};
+  const bool stream = IsFor(request, "CRVN.Kinora2.Stream", "stream");
+  return {204, {AllowedVerbs(stream ? Verbs::kStream : Verbs::kAny)}, {}};
 }
 
 // The one place where it is decided whether somebody may call a method. Throws Error.

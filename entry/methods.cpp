@@ -2,8 +2,10 @@
 #include "entry/catalog_api.h"
 #include "entry/film_api.h"
 #include "entry/method.h"
+#include "entry/preference_api.h"
 #include "entry/session_api.h"
 #include "entry/stream_api.h"
+#include "entry/subtitle_api.h"
 
 namespace kinora::entry {
 namespace {
@@ -12,6 +14,8 @@ constexpr char kSessionApi[] = "CRVN.Kinora2.Session";
 constexpr char kCatalogApi[] = "CRVN.Kinora2.Catalog";
 constexpr char kFilmApi[] = "CRVN.Kinora2.Film";
 constexpr char kStreamApi[] = "CRVN.Kinora2.Stream";
+constexpr char kSubtitleApi[] = "CRVN.Kinora2.Subtitle";
+constexpr char kPreferenceApi[] = "CRVN.Kinora2.Preference";
 
 constexpr bool kRequired = true;
 constexpr bool kOptional = false;
@@ -121,6 +125,41 @@ const std::vector<Method>& AllMethods() {
        {{"id", kRequired}, {"format", kRequired}},
        {101, kNotFound},
        CloseStream},
+
+      {kSubtitleApi,
+       "list",
+       Access::kSession,
+       Verbs::kAny,
+       {{"id", kRequired}, {"include_image", kOptional}, {"pin", kOptional}},
+       {101, 1101, 1400, 1401},
+       ListSubtitles},
+      {kSubtitleApi,
+       "get",
+       Access::kSession,
+       Verbs::kAny,
+       {{"id", kRequired},
+        {"subtitle_id", kRequired},
+        {"codepage", kOptional},
+        {"output_webvtt", kOptional},
+        {"preview", kOptional},
+        {"start_time", kOptional},
+        {"end_time", kOptional},
+        {"keep_basic_tags", kOptional},
+        {"strip_stray_brackets", kOptional},
+        {"uid", kOptional},
+        {"pin", kOptional}},
+       {101, 105, 1101, 1102, 1151, 1400, 1401, kNotFound},
+       SendSubtitle},
+      {kSubtitleApi, "charsets", Access::kSession, Verbs::kAny, {}, {}, ListCharsets},
+
+      {kPreferenceApi, "get", Access::kSession, Verbs::kAny, {}, {}, GetPreferences},
+      {kPreferenceApi,
+       "set",
+       Access::kSessionAndToken,
+       Verbs::kPost,
+       {{"convert_simplified_to_traditional", kOptional}},
+       {101},
+       SetPreferences},
   };
   return kMethods;
 }

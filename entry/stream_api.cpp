@@ -18,6 +18,7 @@
 #include "entry/stream_opening.h"
 #include "entry/stream_owner.h"
 #include "entry/stream_parameters.h"
+#include "entry/subtitle_start.h"
 #include "library/video.h"
 #include "library/vte/chromecast_record.h"
 #include "library/vte/streamer_dispatch.h"
@@ -129,7 +130,9 @@ std::optional<Answer> OpenStream(Context& context) {
                                      context.GetRequest().Get("pin"));
   argument.CheckFilePath();
   try {
-    return OpenedStreamAnswer(context, argument);
+    const Answer answer = OpenedStreamAnswer(context, argument);
+    StartChosenSubtitle(argument);
+    return answer;
   } catch (const Error& error) {
     if (error.Code() != crvnkn::webapi::kErrorFormatsUndetermined) throw;
     // That nothing is known about the film may be for want of time.

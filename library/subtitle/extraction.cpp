@@ -19,6 +19,7 @@
 #include "library/subtitle/reader_text.h"
 #include "library/subtitle/rip_subtitle.h"
 #include "library/subtitle/scratch_file.h"
+#include "library/subtitle/subtitle_list.h"
 #include "library/to_utf8.h"
 
 namespace crvnkn::webapi::subtitle {

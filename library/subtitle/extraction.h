@@ -12,7 +12,4 @@ namespace crvnkn::webapi::subtitle {
 // this one is told false.
 bool GenerateV1(const GetMethodArguments& request, const std::string& v1_path);
 
-// Whether the track of the video has been taken out before.
-bool IsEmbeddedSubtitleHasCached(const std::string& video_path, int track);
-
 }  // namespace crvnkn::webapi::subtitle

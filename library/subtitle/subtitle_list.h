@@ -19,6 +19,9 @@ namespace crvnkn::webapi::subtitle {
 // Streams of pictures are listed only with `include_image`.
 KINORA_EXPORT Json::Value GetSubtitleList(const std::string& video_path, bool include_image);
 
+// Whether the track of the video has been taken out before, whatever has become of the video since.
+KINORA_EXPORT bool IsEmbeddedSubtitleHasCached(const std::string& video_path, int track);
+
 // The entry of a file.
 KINORA_EXPORT Json::Value FillExternalSubtitleInfo(const std::string& path);
 

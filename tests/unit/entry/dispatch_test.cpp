@@ -89,6 +89,23 @@ TEST(Dispatch, LetsAnyOriginReadWhatTheStreamMethodAnswers) {
   }
 }
 
+TEST(Dispatch, LetsAnyOriginReadTheTextOfASubtitleOnly) {
+  const auto any_origin = [](const std::string& verb, const std::string& method) {
+    const Request request =
+        Ask(verb, {{"api", "CRVN.Kinora2.Subtitle"}, {"version", "1"}, {"method", method}});
+    const std::vector<std::string> headers = Dispatch(request, {})->headers;
+    return std::find(headers.begin(), headers.end(), "Access-Control-Allow-Origin: *") != headers.end();
+  };
+  for (const char* verb : {"GET", "HEAD", "POST", "OPTIONS", "PUT"}) {
+    EXPECT_TRUE(any_origin(verb, "get")) << verb;
+    for (const char* method : {"list", "charsets", "Get", ""})
+      EXPECT_FALSE(any_origin(verb, method)) << method;
+  }
+  const Request preflight =
+      Ask("OPTIONS", {{"api", "CRVN.Kinora2.Subtitle"}, {"version", "1"}, {"method", "get"}});
+  EXPECT_EQ(Dispatch(preflight, {})->headers[0], "Allow: GET, HEAD, POST, OPTIONS");
+}
+
 TEST(Dispatch, TreatsAStreamsPathAsACallOfTheStreamMethod) {
   const auto ask = [](const char* verb) {
     return MakeRequest({{"REQUEST_METHOD", verb},

@@ -70,6 +70,7 @@ TEST(SharedLibrary, ShowsItsOperationsAndNothingElse) {
       "subtitle::GetSubtitleList(string const&, bool)",
       "subtitle::FillExternalSubtitleInfo(string const&)",
       "subtitle::GetEmbeddedSubtitle(string const&, bool, Json::Value&)",
+      "subtitle::IsEmbeddedSubtitleHasCached(string const&, int)",
       "subtitle::IsExternal(string const&)",
       "subtitle::IsInternal(string const&)",
       "subtitle::CheckSubtitleSearchResult(Json::Value&)",

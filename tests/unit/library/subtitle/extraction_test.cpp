@@ -7,6 +7,7 @@
 #include <fstream>
 #include <functional>
 
+#include "library/subtitle/subtitle_list.h"
 #include "tests/fakes/subtitle_test.h"
 #include "tests/fakes/system_log.h"
 

@@ -1,0 +1,145 @@
+// Who gets the text of a subtitle, and what passes for one.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "tests/http/hls_expectations.h"
+#include "tests/http/subtitle_reader.h"
+
+using namespace kinora::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kFilm[] = "languages.mkv";
+constexpr char kCanary[] = "1\n00:00:01,000 --> 00:00:02,000\ncanary\n";
+
+void ExpectNoText(const Reply& reply, const std::string& what) {
+  EXPECT_TRUE(reply.status == 400 || reply.status == 404)
+      << what << ": " << reply.status << " " << reply.body;
+  EXPECT_EQ(reply.body.find("canary"), std::string::npos) << what;
+  EXPECT_EQ(reply.body.find("root:"), std::string::npos) << what;
+  EXPECT_EQ(reply.Count("Set-Cookie"), 0U) << what;
+}
+
+}  // namespace
+
+TEST(SubtitleFile, IsOneThatTheListingHolds) {
+  const House house({kFilm});
+  const SubtitleReader ann(house, house.SignIn("ann"), kFilm);
+  const std::string file = ann.Put("languages.srt", SubRipOf(1));
+  const std::string other = ann.Put("another.srt", kCanary);
+  const std::string outside = house.Share().parent_path() / "languages.srt";
+  std::ofstream(outside) << kCanary;
+  fs::create_symlink(outside, house.Share() / "languages.en.srt");
+  fs::create_directory(house.Share() / "languages.folder.srt");
+  const std::string share = house.Share();
+  const std::string refused[] = {other,
+                                 outside,
+                                 share + "/languages.en.srt",
+                                 share + "/languages.folder.srt",
+                                 share + "/" + kFilm,
+                                 share + "/./languages.srt",
+                                 share + "//languages.srt",
+                                 share + "/Subs/../languages.srt",
+                                 share + "/../films/languages.srt",
+                                 share + "/languages.srt/",
+                                 share + "/LANGUAGES.srt",
+                                 share + "/languages.sr?",
+                                 share + "/languages.srt%00.srt",
+                                 "/etc/passwd",
+                                 "/etc/../etc/passwd",
+                                 "/proc/self/environ",
+                                 "/dev/zero",
+                                 "//",
+                                 "/",
+                                 "languages.srt",
+                                 "../../etc/passwd",
+                                 "..%2f..%2fetc%2fpasswd",
+                                 "file://" + file,
+                                 "concat:" + file + "|" + other,
+                                 "-i",
+                                 "%d",
+                                 "3abc",
+                                 "03",
+                                 "-1",
+                                 "+3",
+                                 "3 ",
+                                 "10000",
+                                 "99999999999999999999",
+                                 "' OR '1'='1",
+                                 "dlna",
+                                 "/" + std::string(8000, 'a'),
+                                 file + "\r\nSet-Cookie: a=b"};
+  for (const std::string& id : refused) {
+    ExpectNoText(ann.Get(id), id.substr(0, 200));
+    ExpectNoText(ann.Get(id, {{"output_webvtt", "true"}}), id.substr(0, 200));
+  }
+  const Reply reply = ann.Get(other);
+  EXPECT_EQ(CodeOf(reply), 128);
+  ExpectForAnyOriginOnce(reply, "another film's");
+  EXPECT_EQ(ann.Get(file).status, 200);
+}
+
+TEST(SubtitleFile, MayHaveANameThatIsNoText) {
+  const House house({kFilm});
+  const SubtitleReader ann(house, house.SignIn("ann"), kFilm);
+  const std::string text = SubRipOf(1);
+  const std::string raw = ann.Put("languages.\xFF\n\r.srt", text);
+  const Json::Value list = ann.List();
+  ASSERT_EQ(list.size(), 3U);
+  EXPECT_EQ(list[0]["file"].asString(), "languages.\xEF\xBF\xBD\n\r.srt");
+  // The front lets no control characters pass in addresses.
+  for (const std::string& id : {list[0]["id"].asString(), raw}) {
+    Call call = ann.GetCall(id);
+    call.verb = "POST";
+    EXPECT_EQ(house.Send(call).body, text) << id;
+  }
+}
+
+TEST(SubtitleOfDlna, IsWhereTheLinkLeadsWithinTheListing) {
+  const House house({kFilm});
+  const SubtitleReader ann(house, house.SignIn("ann"), kFilm);
+  const std::string text = SubRipOf(2);
+  const std::string file = ann.Put("languages.srt", text);
+  const Reply none = ann.Get("DLNA");
+  EXPECT_EQ(none.status, 404);
+  EXPECT_EQ(CodeOf(none), 1151);
+  ExpectForAnyOriginOnce(none, "no link");
+  const fs::path link = CacheFolderOf(house.Share() / kFilm) / "CRVNVIDEO_SUBTITLE_DLNA.srt";
+  const auto lead = [&](const std::string& target) {
+    fs::create_directories(link.parent_path());
+    fs::remove(link);
+    fs::create_symlink(target, link);
+  };
+  lead(file);
+  EXPECT_EQ(ann.Get("DLNA").body, text);
+  const std::string other = ann.Put("another.srt", kCanary);
+  for (const std::string& target : {other, std::string("/etc/passwd"), std::string("languages.srt"),
+                                    house.Share().string() + "/../films/languages.srt", std::string("DLNA"),
+                                    std::string("3"), link.string()}) {
+    lead(target);
+    ExpectNoText(ann.Get("DLNA"), target);
+  }
+}
+
+TEST(SubtitleCharset, IsOneOfTheList) {
+  const House house({kFilm});
+  const SubtitleReader ann(house, house.SignIn("ann"), kFilm);
+  const std::string file = ann.Put("languages.srt", SubRipOf(1));
+  const Reply reply = house.Send({"Subtitle", "charsets", {}, "GET", ann.Who().sid});
+  const Json::Value document = ParseJson(reply.body);
+  const Json::Value& charsets = document["result"]["charsets"];
+  ASSERT_GT(charsets.size(), 30U) << reply.body;
+  EXPECT_EQ(charsets[0]["name"].asString(), "auto");
+  for (const char* name : {"UTF-8", "BIG5", "CP1252", "CP932"}) {
+    EXPECT_EQ(ann.Get(file, {{"codepage", name}}).body, SubRipOf(1)) << name;
+  }
+  for (const char* name : {"UTF-7", "UNICODE-1-1-UTF-7", "utf-8", "UTF-8//IGNORE", "//TRANSLIT", "-f",
+                           "--help", "../../tmp/x", "CP1252;id", "$(id)", "UTF-8\nx"}) {
+    ExpectNoText(ann.Get(file, {{"codepage", name}}), name);
+  }
+  for (const std::string& name : CacheFilesOf(file)) {
+    EXPECT_TRUE(name.find("UTF-7") == std::string::npos && name.find("IGNORE") == std::string::npos) << name;
+  }
+}

@@ -15,6 +15,7 @@
 #include "library/subtitle/output_subtitle.h"
 #include "library/subtitle/subtitle_list.h"
 #include "platform/base/file_time.h"
+#include "platform/base/text.h"
 #include "platform/media/catalog.h"
 
 namespace kinora::entry {
@@ -29,6 +30,13 @@ constexpr char kOwnLines[] = "Cache-Control: no-store\r\nX-Content-Type-Options:
 
 // Without WebVTT a track is taken out of the film while the request waits; ffmpeg ends by itself before that.
 constexpr std::chrono::seconds kLongestExtraction{11 * 60};
+
+// What ffmpeg has turned into SubRip is in UTF-8 already, whatever charset its file was in.
+bool HasCharset(const GetMethodArguments& arguments) {
+  return !arguments.IsEmbedded() &&
+         base::ToLowerAscii(libkn::subtitle::PathInfo(arguments.subtitle_id)["extension"].asString()) ==
+             "srt";
+}
 
 bool IsAsScanned(const std::optional<media::Video>& video) {
   struct stat status {};
@@ -93,6 +101,7 @@ std::optional<Answer> SendSubtitle(Context& context) {
       arguments.IsEmbedded() && IsAsScanned(media::Catalog(context.GetStore()).Find(film));
   context.CloseStore();
   if (const std::optional<Answer> refusal = RefusalOfSubtitle(arguments, film_known)) return refusal;
+  if (!HasCharset(arguments)) arguments.codepage = GetMethodArguments().codepage;
 
   alarm(static_cast<unsigned int>(kLongestExtraction.count()));
   OutputSubtitle subtitle(arguments);

@@ -131,6 +131,14 @@ TEST_F(Subtitles, OfRangesAreTheRightBytesOrAllOfThem) {
   EXPECT_LT(house_.Send(call).body.size(), 20 * text.size());
 }
 
+TEST_F(Subtitles, ThatHadToBeTurnedIntoSubRipComeInOneCharset) {
+  const std::string file = ann_.Put("languages.vtt", "WEBVTT\n\n00:01.000 --> 00:02.000\nFüße\n");
+  for (const char* charset : {"auto", "UTF-8", "CP1251", "BIG5"}) {
+    EXPECT_EQ(ann_.Get(file, {{"codepage", charset}}).body, "1\n00:00:01,000 --> 00:00:02,000\nFüße\n\n")
+        << charset;
+  }
+}
+
 TEST_F(Subtitles, ComeInAnotherCharsetAtOnce) {
   // "Füße" in Windows-1252; the machine's code page is English, so that is also the guess.
   const std::string cue = "1\n00:00:01,000 --> 00:00:02,000\n";

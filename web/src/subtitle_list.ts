@@ -33,6 +33,11 @@ export interface SubtitleWords {
   detail: string;
 }
 
+// Whether its charset may be another than the one that the server takes it for: all else comes in UTF-8.
+export function hasCharset({ embedded, file }: { embedded: boolean; file: string }): boolean {
+  return !embedded && /\.srt$/i.test(file);
+}
+
 const kPictures = new Set(["pgs", "dvdsub"]);
 
 export function asSubtitle(listed: ListedSubtitle): Subtitle {

@@ -1,6 +1,6 @@
 // What the page asks the server about subtitles.
 import type { WebApi } from "./api.ts";
-import { listSubtitles, type Subtitle } from "./subtitle_list.ts";
+import { hasCharset, listSubtitles, type Subtitle } from "./subtitle_list.ts";
 import type { SubtitleServer } from "./subtitle_loading.ts";
 import { readWebvtt } from "./webvtt.ts";
 
@@ -25,8 +25,8 @@ export interface Wish {
 // One subtitle in one charset. Rejects with an AbortError once `signal` says so.
 export function subtitleServer(api: WebApi, wish: Wish, signal: AbortSignal): SubtitleServer<VTTCue> {
   const { film, pin, charset } = wish;
-  const { id, embedded } = wish.subtitle;
-  const what = { id: film, pin, subtitle_id: id, codepage: embedded ? undefined : charset };
+  const { id } = wish.subtitle;
+  const what = { id: film, pin, subtitle_id: id, codepage: hasCharset(wish.subtitle) ? charset : undefined };
   const form = { output_webvtt: "true", keep_basic_tags: "true" };
   return {
     lines: async (preview) => {

@@ -3,7 +3,7 @@ import type { WebApi } from "./api.ts";
 import { languageOf } from "./language.ts";
 import type { Offer } from "./notices.ts";
 import { OutsideSubtitle } from "./outside_subtitle.ts";
-import { listSubtitles, nameSubtitles, subtitleIn, subtitleToBegin, type Subtitle } from "./subtitle_list.ts";
+import { hasCharset, listSubtitles, nameSubtitles, subtitleIn, subtitleToBegin, type Subtitle } from "./subtitle_list.ts";
 import { loadSubtitle, makingOf } from "./subtitle_loading.ts";
 import { SubtitleMenu } from "./subtitle_menu.ts";
 import { kDetected, listCharsets, readsTraditional, readTraditional, subtitleServer, type Charset } from "./subtitle_request.ts";
@@ -78,7 +78,7 @@ export class Subtitles {
   // What the menu offers for files and for Chinese. Without an answer it does not.
   private async learn(): Promise<void> {
     const { api } = this.context;
-    if (this.all.some(({ embedded }) => !embedded)) this.charsets = await listCharsets(api).catch(() => []);
+    if (this.all.some(hasCharset)) this.charsets = await listCharsets(api).catch(() => []);
     if (this.all.some(isChinese)) this.traditional = await readsTraditional(api).catch(() => undefined);
     this.showChoice();
   }
@@ -195,8 +195,8 @@ export class Subtitles {
       const came = await loadSubtitle(server, makingOf(chosen), (cues) => this.screen.show(cues, chosen.language));
       if (came === "whole") return;
       if (came === "empty") this.screen.clear();
-      const charsets = came === "empty" && !chosen.embedded && this.charsets.length > 0;
-      tell(wordsForSubtitle(came, chosen.embedded), charsets ? { label: "Charset", act: () => this.menu.openCharsets() } : undefined);
+      const charsets = came === "empty" && hasCharset(chosen) && this.charsets.length > 0;
+      tell(wordsForSubtitle(came, hasCharset(chosen)), charsets ? { label: "Charset", act: () => this.menu.openCharsets() } : undefined);
     } catch (error) {
       if (signal.aborted) return;
       tell(wordsForLosingSubtitle(error));
@@ -214,7 +214,7 @@ export class Subtitles {
     this.menu.offer({
       entries: nameSubtitles(all).map((words, index) => ({ ...words, readable: all[index]?.readable ?? false })),
       chosen: chosen ? all.indexOf(chosen) : -1,
-      charsets: chosen && !chosen.embedded ? this.charsets : [],
+      charsets: chosen && hasCharset(chosen) ? this.charsets : [],
       charset,
       delay,
       size,

@@ -245,10 +245,10 @@ export function sayDelay(seconds: number): string {
 export const kLoadingSubtitles = "Loading subtitles";
 
 // A subtitle of which nothing, or not all, can be shown.
-export function wordsForSubtitle(came: "begun" | "empty" | "late", embedded: boolean): string {
+export function wordsForSubtitle(came: "begun" | "empty" | "late", has_charset: boolean): string {
   if (came === "begun") return "Only the first minutes of this subtitle could be loaded.";
   if (came === "late") return "The server is still taking this subtitle out of the film. Choose it again later.";
-  return `This subtitle holds no text that can be read.${embedded ? "" : " Try another charset."}`;
+  return `This subtitle holds no text that can be read.${has_charset ? " Try another charset." : ""}`;
 }
 
 export function wordsForLosingSubtitle(error: unknown): string {

@@ -2,7 +2,8 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { WebApi } from "../src/api.ts";
 import {
-  asSubtitle, listSubtitles, nameSubtitles, subtitleIn, subtitleToBegin, type Habits, type Subtitle, type SubtitleWords,
+  asSubtitle, hasCharset, listSubtitles, nameSubtitles, subtitleIn, subtitleToBegin,
+  type Habits, type Subtitle, type SubtitleWords,
 } from "../src/subtitle_list.ts";
 
 function subtitle(id: string, own: Partial<Subtitle> = {}): Subtitle {
@@ -25,6 +26,14 @@ test("Subtitles.AreTakenFromTheirList", () => {
 for (const [format, readable] of [["srt", true], ["pgs", false], ["dvdsub", false], [undefined, true]] as const) {
   test(`Subtitles.AreReadableUnlessTheyArePictures(${format})`, () =>
     assert.equal(asSubtitle(format ? { ...kListed, format } : kListed).readable, readable));
+}
+
+const kFiles: [string, boolean, boolean][] = [
+  ["a.srt", false, true], ["a.de.SRT", false, true], ["a.ass", false, false], ["a.srt.vtt", false, false], ["", true, false],
+];
+for (const [file, embedded, has] of kFiles) {
+  test(`Subtitles.HaveACharsetWhereTheyAreSubRipFiles(${file || "stream"})`, () =>
+    assert.equal(hasCharset(subtitle("1", { file, embedded })), has));
 }
 
 test("Subtitles.AreListedWithPictures", async () => {

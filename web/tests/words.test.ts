@@ -199,8 +199,8 @@ for (const [seconds, short, long] of kDelays) {
 }
 
 test("SubtitleWords.SayWhatToDo", () => {
-  assert.equal(wordsForSubtitle("empty", false), "This subtitle holds no text that can be read. Try another charset.");
-  assert.equal(wordsForSubtitle("empty", true), "This subtitle holds no text that can be read.");
+  assert.equal(wordsForSubtitle("empty", true), "This subtitle holds no text that can be read. Try another charset.");
+  assert.equal(wordsForSubtitle("empty", false), "This subtitle holds no text that can be read.");
   assert.equal(wordsForSubtitle("begun", true), "Only the first minutes of this subtitle could be loaded.");
   assert.match(wordsForSubtitle("late", true), /Choose it again later\.$/);
 });

@@ -128,7 +128,10 @@ int CopyFile(const std::string& source, const std::string& target) {
   Scratch scratch(folder.Get());
   const ChildResult result = RunCp(from, folder, scratch.Name());
   if (result.end == ChildResult::End::kNotStarted) return kFailed;
-  if (result.end != ChildResult::End::kExited) return kKilled;
+  if (result.end != ChildResult::End::kExited) {
+    Fail(target, "cp was killed");
+    return kKilled;
+  }
   if (result.status != 0) return result.status;
   if (!scratch.Publish(parts.back())) return Fail(target, std::strerror(errno));
   return 0;

@@ -20,11 +20,11 @@ constexpr size_t kUsualKills = 12;  // of one kind of request, spread over its c
 
 }  // namespace
 
-std::vector<KillPoint> KillPointsOf(const Call& call) {
+std::vector<KillPoint> KillPointsOf(const Call& call, const std::string& further) {
   std::map<std::string, int> counts;
   std::vector<KillPoint> points;
   bool own = IsLong();
-  for (const std::string& line : CallsMadeBy(call, kCalls)) {
+  for (const std::string& line : CallsMadeBy(call, kCalls + further)) {
     const std::string name = line.substr(0, line.find('('));
     if (name == line) continue;  // how it ended
     own = own || line.find("kinora.conf") != std::string::npos;

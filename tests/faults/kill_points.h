@@ -15,8 +15,9 @@ struct KillPoint {
 };
 
 // The calls at which the request is killed: all of them, or as many as there is time for. What the loader
-// opens does not differ from one request to the next.
-std::vector<KillPoint> KillPointsOf(const Call& call);
+// opens does not differ from one request to the next. `further` are names of system calls that count besides
+// the usual ones, each behind a comma.
+std::vector<KillPoint> KillPointsOf(const Call& call, const std::string& further = "");
 
 // As if nobody had touched the stream's folder for a day.
 void MakeOld(const std::filesystem::path& folder);

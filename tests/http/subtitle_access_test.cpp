@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <map>
 
 #include "tests/http/hls_expectations.h"
+#include "tests/http/parental_control.h"
 #include "tests/http/subtitle_reader.h"
 
 using namespace kinora::test;
@@ -142,4 +144,43 @@ TEST(SubtitleCharset, IsOneOfTheList) {
   for (const std::string& name : CacheFilesOf(file)) {
     EXPECT_TRUE(name.find("UTF-7") == std::string::npos && name.find("IGNORE") == std::string::npos) << name;
   }
+}
+
+TEST(SubtitlePin, IsAskedForWhereTheFilmIsBlocked) {
+  const House house({kFilm});
+  const SubtitleReader ann(house, house.SignIn("ann"), kFilm);
+  const SubtitleReader bob(house, house.SignIn("bob"), kFilm);
+  const std::string file = ann.Put("languages.srt", kCanary);
+  BlockFilm(bob.Who(), bob.Film(), "1234");
+  const fs::path link = CacheFolderOf(house.Share() / kFilm) / "CRVNVIDEO_SUBTITLE_DLNA.srt";
+  fs::create_directories(link.parent_path());
+  fs::create_symlink(file, link);
+  const auto answer = [&](Call call, const Parameters& pin) {
+    call.parameters.insert(pin.begin(), pin.end());
+    call.verb = "POST";  // so that no log holds it
+    return house.Send(call);
+  };
+  const Call calls[] = {bob.ListCall(), bob.GetCall(file), bob.GetCall(file, {{"output_webvtt", "true"}}),
+                        bob.GetCall("DLNA"), bob.GetCall("3")};
+  for (const Call& call : calls) {
+    const std::string what = call.method + "?" + Encode(call.parameters);
+    for (const auto& [pin, code] : std::map<std::string, int>{{"", 1400}, {"1235", 1401}}) {
+      const Reply refused = answer(call, {{"pin", pin}});
+      EXPECT_EQ(refused.status, 403) << what << pin;
+      EXPECT_EQ(CodeOf(refused), code) << what << pin << refused.body;
+      EXPECT_EQ(refused.body.find("languages"), std::string::npos) << what;
+      EXPECT_EQ(refused.body.find("canary"), std::string::npos) << what;
+    }
+    EXPECT_EQ(CodeOf(answer(call, {})), 1400) << what;
+  }
+  EXPECT_EQ(CodeOf(answer(bob.GetCall("/etc/passwd"), {})), 1400) << "nor which subtitles there are";
+  EXPECT_EQ(CacheFilesOf(file), std::vector<std::string>{});
+  const Reply list = answer(calls[0], {{"pin", "1234"}});
+  EXPECT_EQ(ParseJson(list.body)["result"]["subtitles"].size(), 3U) << list.body;
+  EXPECT_EQ(answer(calls[1], {{"pin", "1234"}}).body, kCanary);
+  EXPECT_NE(answer(calls[2], {{"pin", "1234"}}).body.find("canary"), std::string::npos);
+  EXPECT_EQ(answer(calls[3], {{"pin", "1234"}}).body, kCanary);
+  EXPECT_EQ(answer(calls[4], {{"pin", "1234"}}).status, 200);
+  EXPECT_EQ(CodeOf(answer(calls[1], {})), 1400) << "one answer opens one time";
+  EXPECT_EQ(ann.Get(file).body, kCanary) << "who is not blocked needs none";
 }

@@ -9,6 +9,7 @@
 #include "contract/system/subtitle_files.h"
 #include "entry/film_access.h"
 #include "entry/flags.h"
+#include "entry/subtitle_charset_guess.h"
 #include "entry/subtitle_charsets.h"
 #include "entry/subtitle_request.h"
 #include "entry/subtitle_source.h"
@@ -27,6 +28,8 @@ using crvnkn::webapi::subtitle::OutputSubtitle;
 // Go before those of the library. What is there now may be more the next time, and other text in another
 // charset.
 constexpr char kOwnLines[] = "Cache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n";
+
+constexpr char kAutomatic[] = "auto";  // of charsets
 
 // Without WebVTT a track is taken out of the film while the request waits; ffmpeg ends by itself before that.
 constexpr std::chrono::seconds kLongestExtraction{11 * 60};
@@ -101,7 +104,11 @@ std::optional<Answer> SendSubtitle(Context& context) {
       arguments.IsEmbedded() && IsAsScanned(media::Catalog(context.GetStore()).Find(film));
   context.CloseStore();
   if (const std::optional<Answer> refusal = RefusalOfSubtitle(arguments, film_known)) return refusal;
-  if (!HasCharset(arguments)) arguments.codepage = GetMethodArguments().codepage;
+  if (!HasCharset(arguments)) {
+    arguments.codepage = kAutomatic;
+  } else if (arguments.codepage == kAutomatic) {
+    arguments.codepage = GuessSubtitleCharset(arguments.subtitle_id);
+  }
 
   alarm(static_cast<unsigned int>(kLongestExtraction.count()));
   OutputSubtitle subtitle(arguments);

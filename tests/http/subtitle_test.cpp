@@ -131,6 +131,17 @@ TEST_F(Subtitles, OfRangesAreTheRightBytesOrAllOfThem) {
   EXPECT_LT(house_.Send(call).body.size(), 20 * text.size());
 }
 
+TEST_F(Subtitles, WhoseNamesTellTheirLanguageAreReadInItsCharset) {
+  const std::string cue = "1\n00:00:01,000 --> 00:00:02,000\n";
+  // "Добрый вечер" in Windows-1251, where the machine's code page is English.
+  const std::string text = "\xC4\xEE\xE1\xF0\xFB\xE9 \xE2\xE5\xF7\xE5\xF0\n";
+  const std::string file = ann_.Put("languages.rus.srt", cue + text);
+  EXPECT_EQ(ann_.Get(file).body, cue + "Добрый вечер\n");
+  EXPECT_EQ(ann_.Get(file, {{"codepage", "auto"}}).body, cue + "Добрый вечер\n");
+  EXPECT_EQ(ann_.Get(file, {{"codepage", "CP1252"}}).body, cue + "Äîáðûé âå÷åð\n") << "a choice holds";
+  EXPECT_EQ(ann_.Get(ann_.Put("languages.srt", cue + text)).body, cue + "Äîáðûé âå÷åð\n");
+}
+
 TEST_F(Subtitles, ThatHadToBeTurnedIntoSubRipComeInOneCharset) {
   const std::string file = ann_.Put("languages.vtt", "WEBVTT\n\n00:01.000 --> 00:02.000\nFüße\n");
   for (const char* charset : {"auto", "UTF-8", "CP1251", "BIG5"}) {

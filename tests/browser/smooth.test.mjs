@@ -7,7 +7,7 @@ import { after, afterEach, before, beforeEach, test } from "node:test";
 import { film, kPassword, kUser, startMock } from "./mock/server.mjs";
 import { kChunk, kSeconds, makeSmooth } from "./mock/smooth_media.mjs";
 import { launch, newPage, playsPast, signIn, until, videoState } from "./support/browser.mjs";
-import { keepsStep, kListed, oneEachSecond } from "./support/subtitles.mjs";
+import { keepsStepOnceChosen } from "./support/subtitles.mjs";
 
 const kPage = path.join(process.env.KINORA_PREFIX, "share/web");
 const media = (name) => path.join(process.env.KINORA_MEDIA, name);
@@ -233,11 +233,5 @@ test("PlayAs.IsChosenAtTheSamePosition", async () => {
 });
 
 test("Smooth.SubtitlesKeepStepWithTheFilm", async () => {
-  mock.subtitles[1] = [kListed];
-  mock.lines = () => oneEachSecond(kSeconds);
-  await watch();
-  await page.keyboard.press("k");
-  await page.getByRole("button", { name: "Subtitles", exact: true }).click();
-  await page.getByRole("menuitemradio", { name: "English" }).click();
-  await keepsStep(page, mock, kSeconds);
+  await keepsStepOnceChosen(page, mock, watch, kSeconds);
 });

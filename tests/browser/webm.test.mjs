@@ -8,7 +8,7 @@ import { after, afterEach, before, beforeEach, test } from "node:test";
 import { film, kPassword, kUser, startMock } from "./mock/server.mjs";
 import { kSeconds, makeWebm } from "./mock/webm_media.mjs";
 import { kPhone, launch, newPage, playsPast, signIn, until, videoState } from "./support/browser.mjs";
-import { keepsStep, kListed, oneEachSecond } from "./support/subtitles.mjs";
+import { keepsStepOnceChosen } from "./support/subtitles.mjs";
 
 const kPage = path.join(process.env.KINORA_PREFIX, "share/web");
 const media = (name) => path.join(process.env.KINORA_MEDIA, name);
@@ -341,11 +341,5 @@ test("PlayAs.IsChosenOnATelephone", async () => {
 });
 
 test("Webm.SubtitlesKeepStepWithTheFilm", async () => {
-  mock.subtitles[1] = [kListed];
-  mock.lines = () => oneEachSecond(kSeconds);
-  await watch();
-  await page.keyboard.press("k");
-  await page.getByRole("button", { name: "Subtitles", exact: true }).click();
-  await page.getByRole("menuitemradio", { name: "English" }).click();
-  await keepsStep(page, mock, kSeconds);
+  await keepsStepOnceChosen(page, mock, watch, kSeconds);
 });

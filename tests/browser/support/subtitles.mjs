@@ -70,3 +70,14 @@ export async function keepsStep(page, mock, length) {
   await page.keyboard.press("8");
   await isAt(page, (8 * length) / 10);
 }
+
+// The same of the film that `watch` opens, whose subtitle is chosen from the menu while it stands still.
+export async function keepsStepOnceChosen(page, mock, watch, length) {
+  mock.subtitles[1] = [kListed];
+  mock.lines = () => oneEachSecond(length);
+  await watch();
+  await page.keyboard.press("k");
+  await page.getByRole("button", { name: "Subtitles", exact: true }).click();
+  await page.getByRole("menuitemradio", { name: "English" }).click();
+  await keepsStep(page, mock, length);
+}
